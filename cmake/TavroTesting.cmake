@@ -1,0 +1,25 @@
+# tavro_add_test(NAME <name> SOURCES <files...> [INTERNAL] [LIBS <targets...>])
+#
+# Builds one GoogleTest program and registers each of its tests with ctest. By default the program
+# links the shared library, so the tests go through the real exports (under Wine, the real DLL).
+# INTERNAL links the library's objects directly instead, for white-box tests of internals that
+# the library does not export.
+function(tavro_add_test)
+  cmake_parse_arguments(T "INTERNAL" "NAME" "SOURCES;LIBS" ${ARGN})
+  add_executable(${T_NAME} ${T_SOURCES})
+  if(T_INTERNAL)
+    target_link_libraries(${T_NAME} PRIVATE tavro_objects)
+  else()
+    target_link_libraries(${T_NAME} PRIVATE TavroMedivaneUtil)
+  endif()
+  target_include_directories(${T_NAME} PRIVATE ${PROJECT_SOURCE_DIR}/tests ${PROJECT_SOURCE_DIR})
+  target_link_libraries(${T_NAME} PRIVATE ${T_LIBS} GTest::gmock GTest::gtest_main)
+  tavro_apply_compile_options(${T_NAME})
+  tavro_apply_link_options(${T_NAME})
+  # Discovery happens when ctest runs, not at build time: under Wine a test program started during
+  # the build would start a wineserver that holds the build's pipes open.
+  gtest_discover_tests(${T_NAME}
+    DISCOVERY_MODE PRE_TEST
+    DISCOVERY_TIMEOUT 120
+    PROPERTIES TIMEOUT 120 LABELS unit)
+endfunction()
