@@ -1,0 +1,61 @@
+#include <ostream>
+
+#include "command.h"
+#include "crc_commands.h"
+
+namespace mvutil {
+namespace {
+
+void PrintToolHelp(std::ostream& out) {
+  out << "Usage: mvutil VERB [OPTIONS] [ARGS...]\n"
+         "The command-line tool of TavroMedivaneUtil " MVUTIL_VERSION
+         ".\n\n"
+         "Verbs:\n";
+  for (const Command& command : AllCommands()) {
+    out << "  " << command.name << std::string(10 - std::char_traits<char>::length(command.name), ' ')
+        << command.summary << "\n";
+  }
+  out << "\nRun 'mvutil VERB --help' for the options of one verb.\n"
+         "Exit codes: 0 success, 1 some work failed, 2 wrong command line.\n";
+}
+
+}  // namespace
+
+bool IsHelpFlag(const std::string& arg) { return arg == "--help" || arg == "-h"; }
+
+const std::vector<Command>& AllCommands() {
+  static const std::vector<Command> kCommands = {
+      {"crc32", "CRC-32 (ISO-HDLC) of files or standard input", kCrc32Usage, RunCrc32Command},
+      {"crc16", "CRC-16/USB of files or standard input", kCrc16Usage, RunCrc16Command},
+  };
+  return kCommands;
+}
+
+int Run(const Args& args, Io& io) {
+  if (args.empty()) {
+    PrintToolHelp(io.err);
+    return kExitUsage;
+  }
+  const std::string& verb = args.front();
+  if (IsHelpFlag(verb) || verb == "help") {
+    PrintToolHelp(io.out);
+    return kExitOk;
+  }
+  if (verb == "--version") {
+    io.out << "mvutil " MVUTIL_VERSION "\n";
+    return kExitOk;
+  }
+  for (const Command& command : AllCommands()) {
+    if (verb != command.name) continue;
+    const Args rest(args.begin() + 1, args.end());
+    if (!rest.empty() && IsHelpFlag(rest.front())) {
+      io.out << command.usage;
+      return kExitOk;
+    }
+    return command.run(rest, io);
+  }
+  io.err << "mvutil: unknown verb '" << verb << "'; run 'mvutil --help' for the list\n";
+  return kExitUsage;
+}
+
+}  // namespace mvutil
