@@ -1,0 +1,34 @@
+cmake_minimum_required(VERSION 3.25)
+# Fails unless the DLL's export table names each exported member below (demangled).
+execute_process(COMMAND ${OBJDUMP} -p ${DLL} OUTPUT_VARIABLE table RESULT_VARIABLE code)
+if(NOT code EQUAL 0)
+  message(FATAL_ERROR "${OBJDUMP} -p failed: ${code}")
+endif()
+string(REPLACE "x86_64-w64-mingw32-objdump" "x86_64-w64-mingw32-c++filt" cxxfilt ${OBJDUMP})
+file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/dll-exports.txt "${table}")
+execute_process(COMMAND ${cxxfilt} INPUT_FILE ${CMAKE_CURRENT_BINARY_DIR}/dll-exports.txt
+                OUTPUT_VARIABLE demangled)
+set(expected
+  "Tavro_KVO_Util::Crc32::mCrc32Table"
+  "Tavro_KVO_Util::Crc32::Crc32()"
+  "Tavro_KVO_Util::Crc32::Crc32(unsigned long)"
+  "Tavro_KVO_Util::Crc32::ProcessBuffer(unsigned char const*, unsigned int)"
+  "Tavro_KVO_Util::Crc32::GetResult() const"
+  "Tavro_KVO_Util::Crc32::~Crc32()"
+  "Tavro_KVO_Util::CRC16::CRC16()"
+  "Tavro_KVO_Util::CRC16::Digest(unsigned char const*, unsigned long)"
+  "Tavro_KVO_Util::CRC16::Final()"
+  "Tavro_KVO_Util::OsLockableObject::~OsLockableObject()"
+  "vtable for Tavro_KVO_Util::OsLockableObject"
+  "Tavro_KVO_Util::OsCriticalSection::OsCriticalSection()"
+  "Tavro_KVO_Util::OsCriticalSection::~OsCriticalSection()"
+  "Tavro_KVO_Util::OsCriticalSection::Lock(bool)"
+  "Tavro_KVO_Util::OsCriticalSection::Unlock()"
+  "Tavro_KVO_Util::OsAutoLock::OsAutoLock(Tavro_KVO_Util::OsLockableObject*)"
+  "Tavro_KVO_Util::OsAutoLock::~OsAutoLock()")
+foreach(name IN LISTS expected)
+  string(FIND "${demangled}" "${name}" at)
+  if(at EQUAL -1)
+    message(SEND_ERROR "not exported: ${name}")
+  endif()
+endforeach()
