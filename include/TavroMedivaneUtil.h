@@ -1,0 +1,16 @@
+// TavroMedivaneUtil: the shared utility library of the point-of-care tablet's programs.
+//
+// Including this header gives every exported class. Each class also has a header of its own.
+// Everything lives in namespace Tavro_KVO_Util. No function of the library throws, with the
+// single exception of OsAutoLock's constructor (see OsAutoLock.h).
+#ifndef TAVROMEDIVANEUTIL_H
+#define TAVROMEDIVANEUTIL_H
+
+#include "CRC16.h"
+#include "Crc32.h"
+#include "OsAutoLock.h"
+#include "OsCriticalSection.h"
+#include "OsLockableObject.h"
+#include "TavroMedivaneUtilExport.h"
+
+#endif  // TAVROMEDIVANEUTIL_H

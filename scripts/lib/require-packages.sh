@@ -1,0 +1,25 @@
+# Sourced by the set-up scripts. require_packages PKG... installs the Debian packages that are
+# missing (as root), or prints the apt-get line and stops (as anyone else).
+require_packages() {
+  local missing=()
+  local pkg
+  for pkg in "$@"; do
+    dpkg-query -W -f='${Status}' "$pkg" 2>/dev/null | grep -q "install ok installed" || missing+=("$pkg")
+  done
+  [ ${#missing[@]} -eq 0 ] && return 0
+  if [ "$(id -u)" -eq 0 ]; then
+    echo "Installing: ${missing[*]}"
+    apt-get update -q
+    DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends "${missing[@]}"
+  else
+    echo "Missing packages. Run as root:" >&2
+    echo "  apt-get update && apt-get install -y --no-install-recommends ${missing[*]}" >&2
+    exit 1
+  fi
+}
+
+# What the Windows build needs: the MinGW-w64 cross compiler and Wine to run the results.
+WINDOWS_BUILD_PACKAGES=(cmake ninja-build g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 wine64 googletest)
+# What the Linux builds, tests, fuzzers and benchmarks add.
+HOST_TEST_PACKAGES=(g++ clang libclang-rt-14-dev googletest libbenchmark-dev zlib1g-dev
+                    python3)

@@ -1,0 +1,29 @@
+#!/usr/bin/env bash
+# Every test: the Linux build (Debug), the same under AddressSanitizer and UndefinedBehaviorSanitizer,
+# the Windows build under Wine, and a short smoke run of the benchmarks. Stops at the first failure.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+source scripts/lib/require-packages.sh
+require_packages "${WINDOWS_BUILD_PACKAGES[@]}" "${HOST_TEST_PACKAGES[@]}"
+
+jobs=${TAVRO_JOBS:-2}
+step() { printf '\n==== %s ====\n' "$*"; }
+
+for preset in host host-asan; do
+  step "$preset: build and test"
+  cmake --preset "$preset" >/dev/null
+  cmake --build --preset "$preset" -j"$jobs"
+  ctest --preset "$preset" -j"$jobs"
+done
+
+step "windows: build, then test under Wine"
+cmake --preset windows >/dev/null
+cmake --build --preset windows -j"$jobs"
+scripts/with-wineserver.sh build/windows/wineprefix ctest --preset windows -j"$jobs"
+
+step "bench: build and smoke-run (ratios are measured with bench/crc_ratios.py, see README)"
+cmake --preset bench >/dev/null
+cmake --build --preset bench -j"$jobs"
+build/bench/bin/crc_bench --benchmark_min_time=0.01 >/dev/null
+
+step "all test suites passed"

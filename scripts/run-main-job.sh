@@ -1,0 +1,23 @@
+#!/usr/bin/env bash
+# The main job: builds TavroMedivaneUtil.dll and mvutil.exe for Windows and runs mvutil under
+# Wine on the sample files in examples/.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+source scripts/lib/require-packages.sh
+require_packages "${WINDOWS_BUILD_PACKAGES[@]}"
+
+cmake --preset windows >/dev/null
+cmake --build --preset windows --target mvutil -j2
+
+run_mvutil() {
+  echo "\$ mvutil $*"
+  cmake/wine/wine-run.sh build/windows/wineprefix build/windows/bin/mvutil.exe "$@"
+}
+main_job() {
+  run_mvutil --version
+  run_mvutil crc32 examples/check-123456789.txt README.md
+  run_mvutil crc16 examples/check-123456789.txt README.md
+  run_mvutil crc32 --init 0 examples/check-123456789.txt
+}
+export -f run_mvutil main_job
+scripts/with-wineserver.sh build/windows/wineprefix bash -c main_job
