@@ -14,10 +14,19 @@ run_mvutil() {
   cmake/wine/wine-run.sh build/windows/wineprefix build/windows/bin/mvutil.exe "$@"
 }
 main_job() {
+  # The sample configuration, installed where the library looks for it: %KVO_INSTALL_DIR%\Bin.
+  local install=build/windows/main-job
+  rm -rf "$install" && mkdir -p "$install/Bin"
+  cp examples/TavroMedivane.cfg "$install/Bin/TavroMedivane.cfg"
+  export KVO_INSTALL_DIR=$PWD/$install
   run_mvutil --version
-  run_mvutil crc32 examples/check-123456789.txt README.md
-  run_mvutil crc16 examples/check-123456789.txt README.md
-  run_mvutil crc32 --init 0 examples/check-123456789.txt
+  run_mvutil config dump
+  run_mvutil config get /Tavro/MedivaneSDK/Logging/DefaultLevel
+  run_mvutil config set /Tavro/MedivaneSDK/Logging/DefaultLevel INFO
+  run_mvutil config section /Tavro/MedivaneSDK/Logging/ --short
+  run_mvutil config get /Tavro/MedivaneSDK/Logging/NoSuchKey || echo "(exit code $?)"
+  run_mvutil crc32 examples/check-123456789.txt "$install/Bin/TavroMedivane.cfg"
+  run_mvutil crc16 examples/check-123456789.txt
 }
 export -f run_mvutil main_job
 scripts/with-wineserver.sh build/windows/wineprefix bash -c main_job

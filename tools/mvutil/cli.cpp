@@ -1,6 +1,7 @@
 #include <ostream>
 
 #include "command.h"
+#include "config_command.h"
 #include "crc_commands.h"
 
 namespace mvutil {
@@ -16,7 +17,7 @@ void PrintToolHelp(std::ostream& out) {
         << command.summary << "\n";
   }
   out << "\nRun 'mvutil VERB --help' for the options of one verb.\n"
-         "Exit codes: 0 success, 1 some work failed, 2 wrong command line.\n";
+         "Exit codes: 0 success, 1 some work failed, 2 wrong command line (verbs add their own).\n";
 }
 
 }  // namespace
@@ -27,6 +28,7 @@ const std::vector<Command>& AllCommands() {
   static const std::vector<Command> kCommands = {
       {"crc32", "CRC-32 (ISO-HDLC) of files or standard input", kCrc32Usage, RunCrc32Command},
       {"crc16", "CRC-16/USB of files or standard input", kCrc16Usage, RunCrc16Command},
+      {"config", "read and change the shared configuration file", kConfigUsage, RunConfigCommand},
   };
   return kCommands;
 }

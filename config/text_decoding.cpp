@@ -1,0 +1,100 @@
+#include "config/text_decoding.h"
+
+#include <cstring>
+
+namespace Tavro_KVO_Util::internal {
+
+ConfigEncoding DetectEncoding(const std::string& bytes, std::size_t& bodyStart) {
+  bodyStart = 0;
+  if (bytes.size() < 2) return ConfigEncoding::kAnsi;
+  const auto first = static_cast<unsigned char>(bytes[0]);
+  const auto second = static_cast<unsigned char>(bytes[1]);
+  if (first == 0xFF && second == 0xFE) {
+    bodyStart = 2;
+    return ConfigEncoding::kUtf16Le;
+  }
+  if (first == 0xFE && second == 0xFF) {
+    bodyStart = 2;
+    return ConfigEncoding::kUtf16Be;
+  }
+  if (first == 0xEF && second == 0xBB) return ConfigEncoding::kUtf8;
+  return ConfigEncoding::kAnsi;
+}
+
+const wchar_t* EncodingName(ConfigEncoding encoding) {
+  switch (encoding) {
+    case ConfigEncoding::kUtf16Le:
+      return L"LE";
+    case ConfigEncoding::kUtf16Be:
+      return L"BE";
+    case ConfigEncoding::kUtf8:
+      return L"UTF-8";
+    case ConfigEncoding::kAnsi:
+      break;
+  }
+  return L"ANSI";
+}
+
+LineReader::LineReader(const std::string& bytes, std::size_t bodyStart, ConfigEncoding encoding)
+    : mAt(reinterpret_cast<const unsigned char*>(bytes.data()) + bodyStart),
+      mEnd(reinterpret_cast<const unsigned char*>(bytes.data()) + bytes.size()),
+      mEncoding(encoding),
+      mDone(false) {}
+
+bool LineReader::Next(std::wstring& line) {
+  if (mDone) return false;
+  line.clear();
+  if (mEncoding == ConfigEncoding::kAnsi) {
+    NextAnsi(line);
+  } else {
+    NextUtf16(line);
+  }
+  return true;
+}
+
+void LineReader::NextAnsi(std::wstring& line) {
+  const auto* lf =
+      static_cast<const unsigned char*>(std::memchr(mAt, '\n', static_cast<std::size_t>(mEnd - mAt)));
+  const unsigned char* stop = lf != nullptr ? lf : mEnd;
+  line.reserve(static_cast<std::size_t>(stop - mAt));
+  for (const unsigned char* p = mAt; p < stop; ++p) {
+    if (*p != '\r') line.push_back(static_cast<wchar_t>(*p));
+  }
+  if (lf != nullptr) {
+    mAt = lf + 1;
+  } else {
+    mAt = mEnd;
+    mDone = true;
+  }
+}
+
+void LineReader::NextUtf16(std::wstring& line) {
+  const bool bigEndian = mEncoding == ConfigEncoding::kUtf16Be;
+  while (mEnd - mAt >= 2) {
+    const unsigned unit = bigEndian ? (unsigned{mAt[0]} << 8) | mAt[1] : (unsigned{mAt[1]} << 8) | mAt[0];
+    mAt += 2;
+    if (unit == L'\n') return;
+    if (unit != L'\r') line.push_back(static_cast<wchar_t>(unit));
+  }
+  mAt = mEnd;  // a lone final byte is no code unit and is dropped
+  mDone = true;
+}
+
+void AppendUtf16Le(std::string& out, const std::wstring& text) {
+  auto put = [&out](unsigned unit) {
+    out.push_back(static_cast<char>(unit & 0xFF));
+    out.push_back(static_cast<char>((unit >> 8) & 0xFF));
+  };
+  for (const wchar_t c : text) {
+    const auto code = static_cast<unsigned long>(c);
+    if (code > 0xFFFF) {
+      const unsigned long offset = code - 0x10000;
+      put(static_cast<unsigned>(0xD800 + ((offset >> 10) & 0x3FF)));
+      put(static_cast<unsigned>(0xDC00 + (offset & 0x3FF)));
+    } else {
+      put(static_cast<unsigned>(code));
+    }
+  }
+}
+
+}  // namespace Tavro_KVO_Util::internal

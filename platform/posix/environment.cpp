@@ -1,0 +1,36 @@
+#include "platform/environment.h"
+
+#include <cstdlib>
+
+#include "platform/posix/utf8.h"
+
+namespace Tavro_KVO_Util::platform {
+
+bool ExpandEnvironmentText(const std::wstring& text, std::size_t maxChars, std::wstring& expanded) {
+  std::wstring out;
+  std::size_t at = 0;
+  while (at < text.size()) {
+    const std::size_t open = text.find(L'%', at);
+    const std::size_t close = open == std::wstring::npos ? open : text.find(L'%', open + 1);
+    if (close == std::wstring::npos) {
+      out.append(text, at, std::wstring::npos);
+      break;
+    }
+    out.append(text, at, open - at);
+    const std::wstring name = text.substr(open + 1, close - open - 1);
+    const char* value = name.empty() ? nullptr : std::getenv(WideToUtf8(name).c_str());
+    if (value != nullptr) {
+      out += Utf8ToWide(value);
+      at = close + 1;
+    } else {
+      // Unknown names stay as written; the closing '%' may open the next reference.
+      out.append(text, open, close - open);
+      at = close;
+    }
+  }
+  if (out.size() + 1 > maxChars) return false;
+  expanded = out;
+  return true;
+}
+
+}  // namespace Tavro_KVO_Util::platform

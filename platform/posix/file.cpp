@@ -1,0 +1,107 @@
+#include "platform/file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "platform/posix/unique_fd.h"
+#include "platform/posix/utf8.h"
+
+namespace Tavro_KVO_Util::platform {
+
+namespace {
+
+// Takes ownership of a descriptor held in ReadableFile's portable field, and closes it.
+void CloseHeld(long long& handle) {
+  if (handle >= 0) UniqueFd closing(static_cast<int>(handle));
+  handle = -1;
+}
+
+}  // namespace
+
+ReadableFile::ReadableFile() : mHandle(-1) {}
+
+ReadableFile::~ReadableFile() { CloseHeld(mHandle); }
+
+ReadableFile::ReadableFile(ReadableFile&& other) noexcept : mHandle(other.mHandle) { other.mHandle = -1; }
+
+ReadableFile& ReadableFile::operator=(ReadableFile&& other) noexcept {
+  if (this != &other) {
+    CloseHeld(mHandle);
+    mHandle = other.mHandle;
+    other.mHandle = -1;
+  }
+  return *this;
+}
+
+bool ReadableFile::Open(const std::wstring& path, int& error) {
+  UniqueFd fd(::open(WideToUtf8(path).c_str(), O_RDONLY | O_CLOEXEC));
+  if (!fd) {
+    error = errno;
+    return false;
+  }
+  struct stat info {};
+  if (::fstat(fd.get(), &info) != 0 || S_ISDIR(info.st_mode)) {
+    error = S_ISDIR(info.st_mode) ? EISDIR : errno;
+    return false;
+  }
+  CloseHeld(mHandle);
+  mHandle = fd.release();
+  return true;
+}
+
+bool ReadableFile::ReadAll(std::string& bytes) {
+  if (mHandle < 0) return false;
+  const int fd = static_cast<int>(mHandle);
+  struct stat info {};
+  const std::size_t start = bytes.size();
+  if (::fstat(fd, &info) == 0 && info.st_size > 0)
+    bytes.reserve(start + static_cast<std::size_t>(info.st_size));
+  char block[64 * 1024];
+  for (;;) {
+    const ssize_t got = ::read(fd, block, sizeof block);
+    if (got == 0) return true;
+    if (got < 0) {
+      if (errno == EINTR) continue;
+      return false;
+    }
+    bytes.append(block, static_cast<std::size_t>(got));
+  }
+}
+
+void ReadableFile::LeaveOpen() { mHandle = -1; }
+
+bool ReadableFile::IsOpen() const { return mHandle >= 0; }
+
+bool CanOpenForReadingDenyingWriters(const std::wstring& path) {
+  // Linux has no share modes; being able to open the file for reading is what counts.
+  const UniqueFd fd(::open(WideToUtf8(path).c_str(), O_RDONLY | O_CLOEXEC));
+  return fd.valid();
+}
+
+bool WriteWholeFile(const std::wstring& path, const std::string& bytes, int& error) {
+  UniqueFd fd(::open(WideToUtf8(path).c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
+  if (!fd) {
+    error = errno;
+    return false;
+  }
+  std::size_t done = 0;
+  while (done < bytes.size()) {
+    const ssize_t put = ::write(fd.get(), bytes.data() + done, bytes.size() - done);
+    if (put < 0) {
+      if (errno == EINTR) continue;
+      error = errno;
+      return false;
+    }
+    done += static_cast<std::size_t>(put);
+  }
+  if (::close(fd.release()) != 0) {
+    error = errno;
+    return false;
+  }
+  return true;
+}
+
+}  // namespace Tavro_KVO_Util::platform

@@ -1,0 +1,107 @@
+#ifndef _WIN32
+#error "Windows-only source file"
+#endif
+
+#include "platform/file.h"
+
+#include <algorithm>
+
+#include "platform/win32/unique_handle.h"
+#include "platform/win32/windows_include.h"
+
+namespace Tavro_KVO_Util::platform {
+namespace {
+
+HANDLE AsHandle(long long value) { return reinterpret_cast<HANDLE>(static_cast<intptr_t>(value)); }
+long long FromHandle(HANDLE handle) { return static_cast<long long>(reinterpret_cast<intptr_t>(handle)); }
+
+// Takes ownership of a handle held in ReadableFile's portable field, and closes it.
+void CloseHeld(long long& handle) {
+  if (handle != -1) UniqueFileHandle closing(AsHandle(handle));
+  handle = -1;
+}
+
+}  // namespace
+
+ReadableFile::ReadableFile() : mHandle(-1) {}
+
+ReadableFile::~ReadableFile() { CloseHeld(mHandle); }
+
+ReadableFile::ReadableFile(ReadableFile&& other) noexcept : mHandle(other.mHandle) { other.mHandle = -1; }
+
+ReadableFile& ReadableFile::operator=(ReadableFile&& other) noexcept {
+  if (this != &other) {
+    CloseHeld(mHandle);
+    mHandle = other.mHandle;
+    other.mHandle = -1;
+  }
+  return *this;
+}
+
+bool ReadableFile::Open(const std::wstring& path, int& error) {
+  // The sharing of the C runtime's "rb": other readers and writers may keep the file open.
+  UniqueFileHandle file(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                    /*lpSecurityAttributes=*/nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL,
+                                    /*hTemplateFile=*/nullptr));
+  if (!file) {
+    error = static_cast<int>(GetLastError());
+    return false;
+  }
+  CloseHeld(mHandle);
+  mHandle = FromHandle(file.release());
+  return true;
+}
+
+bool ReadableFile::ReadAll(std::string& bytes) {
+  if (mHandle == -1) return false;
+  const HANDLE file = AsHandle(mHandle);
+  LARGE_INTEGER size{};
+  if (GetFileSizeEx(file, &size) && size.QuadPart > 0) bytes.reserve(bytes.size() + size.QuadPart);
+  char block[64 * 1024];
+  for (;;) {
+    DWORD got = 0;
+    if (!::ReadFile(file, block, sizeof block, &got, /*lpOverlapped=*/nullptr)) return false;
+    if (got == 0) return true;
+    bytes.append(block, got);
+  }
+}
+
+void ReadableFile::LeaveOpen() { mHandle = -1; }
+
+bool ReadableFile::IsOpen() const { return mHandle != -1; }
+
+bool CanOpenForReadingDenyingWriters(const std::wstring& path) {
+  const UniqueFileHandle file(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ,
+                                          /*lpSecurityAttributes=*/nullptr, OPEN_EXISTING,
+                                          FILE_ATTRIBUTE_NORMAL,
+                                          /*hTemplateFile=*/nullptr));
+  return file.valid();
+}
+
+bool WriteWholeFile(const std::wstring& path, const std::string& bytes, int& error) {
+  // The sharing and disposition of the C runtime's "wb": create or truncate.
+  UniqueFileHandle file(CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                    /*lpSecurityAttributes=*/nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL,
+                                    /*hTemplateFile=*/nullptr));
+  if (!file) {
+    error = static_cast<int>(GetLastError());
+    return false;
+  }
+  std::size_t done = 0;
+  while (done < bytes.size()) {
+    const DWORD chunk = static_cast<DWORD>(std::min<std::size_t>(bytes.size() - done, 1u << 30));
+    DWORD put = 0;
+    if (!::WriteFile(file.get(), bytes.data() + done, chunk, &put, /*lpOverlapped=*/nullptr)) {
+      error = static_cast<int>(GetLastError());
+      return false;
+    }
+    done += put;
+  }
+  if (!::CloseHandle(file.release())) {
+    error = static_cast<int>(GetLastError());
+    return false;
+  }
+  return true;
+}
+
+}  // namespace Tavro_KVO_Util::platform
