@@ -43,6 +43,11 @@ std::vector<ConfigLine>::const_iterator FirstKeyLine(const std::vector<ConfigLin
 }  // namespace
 
 CFGStatus Config::GetParameter(const std::wstring& key, wchar_t* buffer, int* size) const {
+  if (size == nullptr) {
+    // Callers must pass a size; a null one is refused rather than crashing the host process.
+    Log(kLevelError, __LINE__, L"Invalid parameter");
+    return CFG_INVALID_PARAMETER;
+  }
   Log(kLevelDebug, __LINE__, L"*** Config::GetParameter (wchar_t) \u2013 Requested Key is: %s***",
       key.c_str());
   std::wstring value;

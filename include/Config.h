@@ -102,7 +102,8 @@ class TAVRO_KVO_UTIL_API Config {
   // Copies the value into `buffer`. `*size`: in, the capacity in characters; out, the characters
   // needed including the NUL (0 when not found). A buffer whose capacity equals the value's
   // length is accepted and receives length + 1 characters (kept for old callers). A null
-  // `buffer` asks for the size: CFG_BUFFER_TOO_SMALL with `*size` set. `size` must not be null.
+  // `buffer` asks for the size: CFG_BUFFER_TOO_SMALL with `*size` set. A null `size` gives
+  // CFG_INVALID_PARAMETER and logs ERROR "Invalid parameter".
   CFGStatus GetParameter(const std::wstring& key, wchar_t* buffer, int* size) const;
 
   // Like the buffer getter above, but reloads first and answers from the FIRST line of `key` in

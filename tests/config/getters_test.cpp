@@ -92,6 +92,15 @@ TEST_F(ConfigGetters, NullBufferAsksForTheSize) {
   EXPECT_EQ(size, 4);
 }
 
+TEST_F(ConfigGetters, NullSizeIsRefusedInsteadOfCrashing) {
+  Config& config = Load(L"k=abc\r\n");
+  wchar_t buffer[8] = {L'x'};
+  ReportRecorderForTesting recorder;
+  EXPECT_EQ(config.GetParameter(L"k", buffer, nullptr), CFG_INVALID_PARAMETER);
+  EXPECT_EQ(buffer[0], L'x');
+  EXPECT_EQ(recorder.Messages(kLevelError), Messages{L"Invalid parameter"});
+}
+
 TEST_F(ConfigGetters, BufferGetterReportsAMissingKeyWithSizeZero) {
   Config& config = Load(L"k=abc\r\n");
   wchar_t buffer[8] = {L'x'};
