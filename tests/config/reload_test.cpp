@@ -4,6 +4,9 @@
 #include "config/config_test_peer.h"
 #include "logging/library_log.h"
 #include "logging/log_levels.h"
+#include "support/environment.h"
+
+#include <ctime>
 
 namespace Tavro_KVO_Util {
 namespace {
@@ -97,6 +100,28 @@ TEST_F(ConfigReload, StampUsesBlankPaddedSecondsAndMilliseconds) {
                 milli);
   EXPECT_EQ(stamp, expected);
 }
+
+#ifndef _WIN32
+// Linux only: the process's zone can be switched with TZ. (On Windows the zone is machine-wide.)
+TEST_F(ConfigReload, ChangingTheTimeZoneAloneIsNoChangeOfTheFile) {
+  testing::ScopedEnvironmentVariable zone("TZ", std::string("UTC0"));
+  tzset();
+  WriteAnsi(L"a=1");
+  const auto config = Open();
+  const std::wstring stamp = ConfigTestPeer::Stamp(*config);
+  {
+    testing::ScopedEnvironmentVariable shifted("TZ", std::string("IST-5:30"));
+    tzset();
+    EXPECT_EQ(config->Reload(false), CFG_SUCCESS);
+    EXPECT_FALSE(config->WasReloaded());
+    // A fresh stamp in the new zone does differ: it is the saved zone that keeps them equal.
+    FileModTime fresh;
+    ASSERT_TRUE(fresh.Record(FileName().c_str()));
+    EXPECT_NE(std::wstring(fresh.timeString), stamp);
+  }
+  tzset();
+}
+#endif
 
 }  // namespace
 }  // namespace Tavro_KVO_Util
