@@ -68,16 +68,36 @@ void LineReader::NextAnsi(std::wstring& line) {
   }
 }
 
-void LineReader::NextUtf16(std::wstring& line) {
-  const bool bigEndian = mEncoding == ConfigEncoding::kUtf16Be;
-  while (mEnd - mAt >= 2) {
-    const unsigned unit = bigEndian ? (unsigned{mAt[0]} << 8) | mAt[1] : (unsigned{mAt[1]} << 8) | mAt[0];
-    mAt += 2;
-    if (unit == L'\n') return;
+namespace {
+
+template <bool kBigEndian>
+unsigned UnitAt(const unsigned char* p) {
+  return kBigEndian ? (unsigned{p[0]} << 8) | p[1] : (unsigned{p[1]} << 8) | p[0];
+}
+
+// Copies the units up to the next LF (or the last whole unit) into `line`, dropping CR, and
+// returns where reading goes on: just past the LF, or `end` when there was none.
+template <bool kBigEndian>
+const unsigned char* SplitUtf16Line(const unsigned char* at, const unsigned char* end, std::wstring& line,
+                                    bool& lastLine) {
+  const unsigned char* stop = at;
+  while (end - stop >= 2 && UnitAt<kBigEndian>(stop) != L'\n') stop += 2;
+  line.reserve(static_cast<std::size_t>(stop - at) / 2);
+  for (const unsigned char* p = at; p < stop; p += 2) {
+    const unsigned unit = UnitAt<kBigEndian>(p);
     if (unit != L'\r') line.push_back(static_cast<wchar_t>(unit));
   }
-  mAt = mEnd;  // a lone final byte is no code unit and is dropped
-  mDone = true;
+  lastLine = end - stop < 2;  // no LF: a lone final byte is no code unit and is dropped
+  return lastLine ? end : stop + 2;
+}
+
+}  // namespace
+
+void LineReader::NextUtf16(std::wstring& line) {
+  bool lastLine = false;
+  mAt = mEncoding == ConfigEncoding::kUtf16Be ? SplitUtf16Line<true>(mAt, mEnd, line, lastLine)
+                                              : SplitUtf16Line<false>(mAt, mEnd, line, lastLine);
+  if (lastLine) mDone = true;
 }
 
 void AppendUtf16Le(std::string& out, const std::wstring& text) {

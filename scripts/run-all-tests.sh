@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Every test: the Linux build (Debug), the same under AddressSanitizer and UndefinedBehaviorSanitizer,
-# the Windows build under Wine, and a short smoke run of the benchmarks. Stops at the first failure.
+# the Windows build under Wine, a short smoke run of the benchmarks, and the fuzzers. Stops at the first failure.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 source scripts/lib/require-packages.sh
@@ -25,5 +25,9 @@ step "bench: build and smoke-run (ratios are measured with bench/crc_ratios.py, 
 cmake --preset bench >/dev/null
 cmake --build --preset bench -j"$jobs"
 build/bench/bin/crc_bench --benchmark_min_time=0.01 >/dev/null
+build/bench/bin/config_bench --benchmark_min_time=0.01 >/dev/null
+
+step "fuzz: each fuzzer for ${TAVRO_FUZZ_SECONDS:-60} s (a crash, leak, hang or OOM fails)"
+scripts/run-fuzzers.sh "${TAVRO_FUZZ_SECONDS:-60}"
 
 step "all test suites passed"
