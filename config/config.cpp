@@ -21,16 +21,8 @@ constexpr wchar_t kConfigSourceFile[] = L".\\Config.cpp";
 
 }  // namespace
 
-Config::Config(bool logging, bool writable)
-    : mLogging(logging),
-      mForceParse(true),
-      mWasReloaded(false),
-      mConfigDir{},
-      mConfigFile{},
-      mWritable(writable) {
-  UseDefaultPath();
-  Reload(false);
-}
+// A null path is never openable, so this takes the default file.
+Config::Config(bool logging, bool writable) : Config(nullptr, logging, writable) {}
 
 Config::Config(const wchar_t* path, bool logging, bool writable)
     : mLogging(logging),
@@ -39,11 +31,11 @@ Config::Config(const wchar_t* path, bool logging, bool writable)
       mConfigDir{},
       mConfigFile{},
       mWritable(writable) {
-  if (path != nullptr && platform::CanOpenForReadingDenyingWriters(path) && CopyPath(mConfigFile, path)) {
-    // mConfigDir stays empty: GetInstance(fileName, ...) then takes the name as it is.
-  } else {
-    UseDefaultPath();
-  }
+  const bool usePath =
+      path != nullptr && platform::CanOpenForReadingDenyingWriters(path) && CopyPath(mConfigFile, path);
+  // With a path of its own the directory stays empty: GetInstance(fileName, ...) then takes the
+  // name as it is.
+  if (!usePath) UseDefaultPath();
   Reload(false);
 }
 
