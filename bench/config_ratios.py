@@ -17,14 +17,13 @@ missing or reported an error. Lines marked "info" have no goal. Exits 1 on any F
 inih reads 8-bit text only: the UTF-16LE parse is set against inih reading the same lines as
 8-bit text, so both build the same map from files of different sizes.
 """
-import json
 import os
-import statistics
-import subprocess
 import sys
 
-DEFAULT_BINARY = os.path.normpath(
-    os.path.join(os.path.dirname(os.path.abspath(__file__)), os.pardir, "build", "bench", "bin", "config_bench"))
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+import ratio_report  # noqa: E402  (found through the line above)
+
+DEFAULT_BINARY = ratio_report.default_binary("config_bench")
 
 # (what, ours, theirs, goal): ours must take at most `goal` times the time of theirs; None: info.
 GOALS = [
@@ -36,33 +35,6 @@ GOALS = [
 ]
 # Shown with their own times only.
 SINGLES = ["BM_ConfigGetParameter_Miss10k"]
-MAX_NOISE = 0.05
-TO_NS = {"ns": 1.0, "us": 1e3, "ms": 1e6, "s": 1e9}
-
-
-def run(binary, extra):
-    if not any(a.startswith("--benchmark_repetitions") for a in extra):
-        extra += ["--benchmark_repetitions=10"]
-    if not any(a.startswith("--benchmark_enable_random_interleaving") for a in extra):
-        extra += ["--benchmark_enable_random_interleaving=true"]
-    if not any(a.startswith("--benchmark_min_time") for a in extra):
-        extra += ["--benchmark_min_time=0.2"]
-    out = subprocess.run([binary, "--benchmark_format=json"] + extra, check=True, stdout=subprocess.PIPE,
-                         text=True)
-    return json.loads(out.stdout)
-
-
-def collect(report, field):
-    samples, errors = {}, set()
-    for b in report["benchmarks"]:
-        if b.get("run_type", "iteration") != "iteration":
-            continue
-        name = b.get("run_name", b["name"])
-        if b.get("error_occurred"):
-            errors.add(name)
-            continue
-        samples.setdefault(name, []).append(b[field] * TO_NS[b.get("time_unit", "ns")])
-    return samples, errors
 
 
 def show_time(ns):
@@ -74,22 +46,15 @@ def show_time(ns):
 
 
 def main(argv):
-    binary = DEFAULT_BINARY
-    extra = argv[1:]
-    if extra and not extra[0].startswith("-"):
-        binary, extra = extra[0], extra[1:]
-    report = run(binary, extra)
-    samples, errors = collect(report, "cpu_time")
-    wall, _ = collect(report, "real_time")
-    median = {name: statistics.median(v) for name, v in samples.items()}
-    wall_median = {name: statistics.median(v) for name, v in wall.items()}
-    noise = {name: (median[name] - min(v)) / median[name] for name, v in samples.items()}
+    binary, extra = ratio_report.split_arguments(argv, DEFAULT_BINARY)
+    report = ratio_report.run(binary, extra, "0.2")
+    samples, errors = ratio_report.collect(report, ratio_report.cpu_time_ns)
+    wall, _ = ratio_report.collect(report, ratio_report.real_time_ns)
+    median = ratio_report.medians(samples)
+    wall_median = ratio_report.medians(wall)
+    noise = ratio_report.noises(samples, median, higher_is_better=False)
 
-    ctx = report.get("context", {})
-    load = ctx.get("load_avg", [])
-    print("config_bench: %s CPUs at %s MHz, load %s, %d repetitions each, median CPU times" %
-          (ctx.get("num_cpus", "?"), ctx.get("mhz_per_cpu", "?"), " ".join("%.2f" % x for x in load) or "?",
-           max((len(v) for v in samples.values()), default=0)))
+    print(ratio_report.summary("config_bench", report, samples, "median CPU times", show_load=True))
     failed = False
     for what, ours, theirs, goal in GOALS:
         goal_text = "goal <= %.1fx" % goal if goal is not None else "(no goal)   "
@@ -99,18 +64,8 @@ def main(argv):
             failed = True
             continue
         ratio = median[ours] / median[theirs]
-        band = min(MAX_NOISE, max(noise[ours], noise[theirs]))
-        note = ""
-        if goal is None:
-            verdict = "info"
-        elif ratio <= goal:
-            verdict = "PASS"
-        elif ratio <= goal * (1 + band):
-            verdict = "EVEN"
-            note = "   (over by less than this run's noise of %.1f%%)" % (100 * band)
-        else:
-            verdict = "FAIL"
-            failed = True
+        verdict, note = ratio_report.judge(ratio, goal, noise, ours, theirs, higher_is_better=False)
+        failed = failed or verdict == "FAIL"
         wall_ratio = wall_median[ours] / wall_median[theirs]
         print("%-38s %7.2fx   %s   %-4s   %s %s, %s %s   (wall %.2fx)%s" %
               (what, ratio, goal_text, verdict, ours, show_time(median[ours]), theirs, show_time(median[theirs]),
