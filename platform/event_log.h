@@ -1,0 +1,25 @@
+// Platform service: the system's event log.
+//
+// Windows: the Application event log. The source is registered under HKLM
+// "SYSTEM\\CurrentControlSet\\Services\\Eventlog\\Application\\<source>" with "EventMessageFile"
+// (the library's own module path) and "TypesSupported" 31 before every report; without the
+// rights to do that nothing is reported. Records carry category 0, event id 1 and the message
+// as the one insertion string. Linux: syslog, with the source name as ident.
+#ifndef TAVROMEDIVANEUTIL_PLATFORM_EVENT_LOG_H
+#define TAVROMEDIVANEUTIL_PLATFORM_EVENT_LOG_H
+
+#include <string>
+
+namespace Tavro_KVO_Util::platform {
+
+// Event types as Windows numbers them.
+constexpr unsigned short kEventError = 1;
+constexpr unsigned short kEventWarning = 2;
+constexpr unsigned short kEventInformation = 4;
+
+// Writes one record. False when nothing could be reported (never visible to the logger's callers).
+bool ReportEvent(const std::wstring& source, const std::wstring& message, unsigned short eventType);
+
+}  // namespace Tavro_KVO_Util::platform
+
+#endif  // TAVROMEDIVANEUTIL_PLATFORM_EVENT_LOG_H

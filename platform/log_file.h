@@ -1,0 +1,68 @@
+// Platform service: the file operations behind the shared log file.
+//
+// The log is opened for one entry at a time, without sharing, so that a writer that bypasses the
+// log mutex fails to open it instead of interleaving lines. Paths are wide on every platform.
+#ifndef TAVROMEDIVANEUTIL_PLATFORM_LOG_FILE_H
+#define TAVROMEDIVANEUTIL_PLATFORM_LOG_FILE_H
+
+#include <string>
+
+namespace Tavro_KVO_Util::platform {
+
+// The log file open for writing. Move-only; closes on destruction.
+class LogFile {
+ public:
+  LogFile();
+  ~LogFile();
+  LogFile(LogFile&& other) noexcept;
+  LogFile& operator=(LogFile&& other) noexcept;
+  LogFile(const LogFile&) = delete;
+  LogFile& operator=(const LogFile&) = delete;
+
+  // Opens `path` for writing, creating it when missing, never truncating: Windows CreateFileW
+  // with GENERIC_WRITE, no sharing, OPEN_ALWAYS, and a security descriptor with a null DACL so
+  // that every user and service can write it; Linux open(O_WRONLY | O_CREAT, 0666) with an
+  // exclusive advisory lock. `created` is true when the file did not exist before. False with
+  // the OS error code in `error`.
+  bool OpenAlways(const std::wstring& path, bool& created, int& error);
+
+  // Writes `bytes` at the end of the file. False on a short or failed write.
+  bool Append(const std::string& bytes);
+
+  // Writes `bytes` at the current position (the start, right after opening).
+  bool Write(const std::string& bytes);
+
+  void Close();
+  bool IsOpen() const;
+
+ private:
+  long long mHandle;  // a HANDLE or a descriptor, -1 when closed
+};
+
+// Empties `path` (creating it when missing), as the C runtime's "w" mode does. False on failure.
+bool TruncateFile(const std::wstring& path);
+
+// True when `path` exists and can be opened for reading.
+bool CanOpenForReading(const std::wstring& path);
+
+bool DeleteFileAt(const std::wstring& path);
+bool RenameFile(const std::wstring& from, const std::wstring& to);
+
+enum class FileSizeResult { kOk, kMissing, kFailed };
+FileSizeResult FileSize(const std::wstring& path, unsigned long long& size);
+
+// Bytes available to the caller on the volume of `location`; an empty `location` means the
+// volume of the working directory. False when the OS cannot tell.
+bool FreeDiskSpace(const std::wstring& location, unsigned long long& freeBytes);
+
+// Makes one directory (not its parents). `alreadyExists` is set when that was the failure.
+bool MakeDirectory(const std::wstring& path, bool& alreadyExists);
+
+// True when `path` names an existing file or directory (a wildcard-free find-first).
+bool PathExists(const std::wstring& path);
+
+bool CurrentDirectory(std::wstring& directory);
+
+}  // namespace Tavro_KVO_Util::platform
+
+#endif  // TAVROMEDIVANEUTIL_PLATFORM_LOG_FILE_H

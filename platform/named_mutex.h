@@ -1,0 +1,58 @@
+// Platform service: a machine-wide mutex shared by name between processes.
+//
+// Ownership is per thread and recursive, as with a Win32 mutex: the owning thread may wait again
+// and must release as often. When an owning thread (or its process) dies without releasing, the
+// next waiter is told so (kAbandoned) and becomes the owner.
+// Windows: CreateMutexW with a null DACL (every user and service may open it), falling back to
+// OpenMutexW when it exists already. Linux: a process-shared, robust, recursive pthread mutex in
+// shared memory named after the mutex.
+#ifndef TAVROMEDIVANEUTIL_PLATFORM_NAMED_MUTEX_H
+#define TAVROMEDIVANEUTIL_PLATFORM_NAMED_MUTEX_H
+
+#include <string>
+
+namespace Tavro_KVO_Util::platform {
+
+enum class WaitResult {
+  kAcquired,   // the caller owns the mutex
+  kTimedOut,   // another owner held it for the whole wait
+  kAbandoned,  // the previous owner died holding it; the caller owns it now
+  kFailed,     // the wait itself failed
+};
+
+// What happened while creating the mutex, for the caller's reports.
+struct NamedMutexCreation {
+  bool securityDescriptorFailed = false;  // created with default security instead
+  bool createFailed = false;              // the create call failed (the open may still succeed)
+  bool alreadyExisted = false;            // the failure was "already exists"
+};
+
+class NamedMutex {
+ public:
+  NamedMutex();
+  ~NamedMutex();  // closes the handle; does not release
+  NamedMutex(const NamedMutex&) = delete;
+  NamedMutex& operator=(const NamedMutex&) = delete;
+
+  // Creates the mutex `name`, or opens it when it exists already. False when no handle could be
+  // had; `creation` says what went wrong on the way.
+  bool Create(const std::wstring& name, NamedMutexCreation& creation);
+
+  bool IsValid() const;
+
+  // Waits at most `milliseconds`.
+  WaitResult Wait(unsigned milliseconds);
+
+  // Gives back one level of ownership held by the calling thread.
+  void Release();
+
+  // Gives back one level of ownership and closes the handle (as unload does).
+  void ReleaseAndClose();
+
+ private:
+  void* mHandle;  // a HANDLE, or the mapped shared mutex
+};
+
+}  // namespace Tavro_KVO_Util::platform
+
+#endif  // TAVROMEDIVANEUTIL_PLATFORM_NAMED_MUTEX_H

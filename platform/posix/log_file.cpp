@@ -1,0 +1,182 @@
+#include "platform/log_file.h"
+
+#include <fcntl.h>
+#include <stdio.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <string>
+
+#include "platform/posix/unique_fd.h"
+#include "platform/posix/utf8.h"
+
+namespace Tavro_KVO_Util::platform {
+namespace {
+
+// Takes ownership of a descriptor held in LogFile's portable field, and closes it.
+void CloseHeld(long long& handle) {
+  if (handle >= 0) UniqueFd closing(static_cast<int>(handle));
+  handle = -1;
+}
+
+bool WriteAll(int fd, const std::string& bytes) {
+  std::size_t done = 0;
+  while (done < bytes.size()) {
+    const ssize_t put = ::write(fd, bytes.data() + done, bytes.size() - done);
+    if (put < 0 && errno == EINTR) continue;
+    if (put <= 0) return false;
+    done += static_cast<std::size_t>(put);
+  }
+  return true;
+}
+
+// Opens for writing, creating when missing, and says which happened. O_EXCL first, because only
+// the process whose exclusive create succeeds can be sure the file is new.
+UniqueFd OpenOrCreate(const std::string& path, bool& created) {
+  for (int attempt = 0; attempt < 3; ++attempt) {
+    UniqueFd fd(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+    if (fd) {
+      created = true;
+      // The umask narrows 0666; every user's processes write the same log.
+      ::fchmod(fd.get(), 0666);
+      return fd;
+    }
+    if (errno != EEXIST) return fd;
+    fd.reset(::open(path.c_str(), O_WRONLY | O_CLOEXEC));
+    if (fd || errno != ENOENT) {
+      created = false;
+      return fd;
+    }
+    // Deleted between the two calls: try again.
+  }
+  return UniqueFd();
+}
+
+}  // namespace
+
+LogFile::LogFile() : mHandle(-1) {}
+
+LogFile::~LogFile() { CloseHeld(mHandle); }
+
+LogFile::LogFile(LogFile&& other) noexcept : mHandle(other.mHandle) { other.mHandle = -1; }
+
+LogFile& LogFile::operator=(LogFile&& other) noexcept {
+  if (this != &other) {
+    CloseHeld(mHandle);
+    mHandle = other.mHandle;
+    other.mHandle = -1;
+  }
+  return *this;
+}
+
+bool LogFile::OpenAlways(const std::wstring& path, bool& created, int& error) {
+  bool isNew = false;
+  UniqueFd fd = OpenOrCreate(WideToUtf8(path), isNew);
+  if (!fd) {
+    error = errno;
+    return false;
+  }
+  // Linux has no share modes. An exclusive advisory lock stands in for Windows' "no sharing": a
+  // second writer that also opens through here (from any process, or this one) fails at once.
+  if (::flock(fd.get(), LOCK_EX | LOCK_NB) != 0) {
+    error = errno;  // EWOULDBLOCK while someone else has it open
+    return false;
+  }
+  CloseHeld(mHandle);
+  mHandle = fd.release();
+  created = isNew;
+  return true;
+}
+
+bool LogFile::Append(const std::string& bytes) {
+  if (mHandle < 0) return false;
+  const int fd = static_cast<int>(mHandle);
+  if (::lseek(fd, 0, SEEK_END) < 0) return false;
+  return WriteAll(fd, bytes);
+}
+
+bool LogFile::Write(const std::string& bytes) {
+  if (mHandle < 0) return false;
+  return WriteAll(static_cast<int>(mHandle), bytes);
+}
+
+void LogFile::Close() { CloseHeld(mHandle); }
+
+bool LogFile::IsOpen() const { return mHandle >= 0; }
+
+bool TruncateFile(const std::wstring& path) {
+  const UniqueFd fd(::open(WideToUtf8(path).c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
+  return fd.valid();
+}
+
+bool CanOpenForReading(const std::wstring& path) {
+  const UniqueFd fd(::open(WideToUtf8(path).c_str(), O_RDONLY | O_CLOEXEC));
+  return fd.valid();
+}
+
+bool DeleteFileAt(const std::wstring& path) { return ::unlink(WideToUtf8(path).c_str()) == 0; }
+
+bool RenameFile(const std::wstring& from, const std::wstring& to) {
+  // rename() would replace an existing target, where Windows' MoveFileW fails and callers see that
+  // failure: the target is refused here too, atomically.
+  const std::string source = WideToUtf8(from);
+  const std::string target = WideToUtf8(to);
+  if (::renameat2(AT_FDCWD, source.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) == 0) return true;
+  if (errno != EINVAL && errno != ENOSYS) return false;
+  // The file system cannot refuse a replacing rename (some network file systems): a hard link is
+  // created only when the name is free, and dropping the old name completes the move.
+  if (::link(source.c_str(), target.c_str()) != 0) return false;
+  if (::unlink(source.c_str()) == 0) return true;
+  const int saved = errno;
+  ::unlink(target.c_str());  // undo, so that a failed move leaves things as they were
+  errno = saved;
+  return false;
+}
+
+FileSizeResult FileSize(const std::wstring& path, unsigned long long& size) {
+  struct stat info {};
+  if (::stat(WideToUtf8(path).c_str(), &info) != 0) {
+    return errno == ENOENT || errno == ENOTDIR ? FileSizeResult::kMissing : FileSizeResult::kFailed;
+  }
+  // A directory has no size of its own on Windows either.
+  size = S_ISDIR(info.st_mode) ? 0 : static_cast<unsigned long long>(info.st_size);
+  return FileSizeResult::kOk;
+}
+
+bool FreeDiskSpace(const std::wstring& location, unsigned long long& freeBytes) {
+  struct statvfs info {};
+  const std::string where = location.empty() ? std::string(".") : WideToUtf8(location);
+  if (::statvfs(where.c_str(), &info) != 0) return false;
+  // f_bavail: the blocks an unprivileged caller may use, as GetDiskFreeSpaceExW's "available".
+  freeBytes = static_cast<unsigned long long>(info.f_bavail) * info.f_frsize;
+  return true;
+}
+
+bool MakeDirectory(const std::wstring& path, bool& alreadyExists) {
+  alreadyExists = false;
+  if (::mkdir(WideToUtf8(path).c_str(), 0777) == 0) return true;
+  alreadyExists = errno == EEXIST;
+  return false;
+}
+
+bool PathExists(const std::wstring& path) {
+  // lstat: the directory entry itself, as a find-first sees it, even a link whose target is gone.
+  struct stat info {};
+  return ::lstat(WideToUtf8(path).c_str(), &info) == 0;
+}
+
+bool CurrentDirectory(std::wstring& directory) {
+  std::string buffer(256, '\0');
+  while (::getcwd(buffer.data(), buffer.size()) == nullptr) {
+    if (errno != ERANGE || buffer.size() >= std::size_t{1024} * 1024) return false;
+    buffer.resize(buffer.size() * 2);
+  }
+  buffer.resize(buffer.find('\0'));
+  directory = Utf8ToWide(buffer);
+  return true;
+}
+
+}  // namespace Tavro_KVO_Util::platform

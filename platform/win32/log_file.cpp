@@ -1,0 +1,164 @@
+#ifndef _WIN32
+#error "Windows-only source file"
+#endif
+
+#include "platform/log_file.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <vector>
+
+#include "platform/win32/null_dacl.h"
+#include "platform/win32/unique_handle.h"
+#include "platform/win32/unique_owners.h"
+#include "platform/win32/windows_include.h"
+
+namespace Tavro_KVO_Util::platform {
+namespace {
+
+HANDLE AsHandle(long long value) { return reinterpret_cast<HANDLE>(static_cast<intptr_t>(value)); }
+long long FromHandle(HANDLE handle) { return static_cast<long long>(reinterpret_cast<intptr_t>(handle)); }
+
+// Takes ownership of a handle held in LogFile's portable field, and closes it.
+void CloseHeld(long long& handle) {
+  if (handle != -1) UniqueFileHandle closing(AsHandle(handle));
+  handle = -1;
+}
+
+bool WriteAll(HANDLE file, const std::string& bytes) {
+  std::size_t done = 0;
+  while (done < bytes.size()) {
+    const DWORD chunk = static_cast<DWORD>(std::min<std::size_t>(bytes.size() - done, 1u << 30));
+    DWORD put = 0;
+    if (!::WriteFile(file, bytes.data() + done, chunk, &put, /*lpOverlapped=*/nullptr) || put == 0) {
+      return false;
+    }
+    done += put;
+  }
+  return true;
+}
+
+}  // namespace
+
+LogFile::LogFile() : mHandle(-1) {}
+
+LogFile::~LogFile() { CloseHeld(mHandle); }
+
+LogFile::LogFile(LogFile&& other) noexcept : mHandle(other.mHandle) { other.mHandle = -1; }
+
+LogFile& LogFile::operator=(LogFile&& other) noexcept {
+  if (this != &other) {
+    CloseHeld(mHandle);
+    mHandle = other.mHandle;
+    other.mHandle = -1;
+  }
+  return *this;
+}
+
+bool LogFile::OpenAlways(const std::wstring& path, bool& created, int& error) {
+  // Without the descriptor the file gets default security; it can still be written by us.
+  NullDaclAttributes security;
+  UniqueFileHandle file(CreateFileW(path.c_str(), GENERIC_WRITE, /*dwShareMode=*/0, security.get(),
+                                    OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, /*hTemplateFile=*/nullptr));
+  if (!file) {
+    error = static_cast<int>(GetLastError());
+    return false;
+  }
+  // OPEN_ALWAYS reports an existing file through the last error of a successful call.
+  created = GetLastError() != ERROR_ALREADY_EXISTS;
+  CloseHeld(mHandle);
+  mHandle = FromHandle(file.release());
+  return true;
+}
+
+bool LogFile::Append(const std::string& bytes) {
+  if (mHandle == -1) return false;
+  const HANDLE file = AsHandle(mHandle);
+  LARGE_INTEGER zero{};
+  if (!SetFilePointerEx(file, zero, /*lpNewFilePointer=*/nullptr, FILE_END)) return false;
+  return WriteAll(file, bytes);
+}
+
+bool LogFile::Write(const std::string& bytes) {
+  if (mHandle == -1) return false;
+  return WriteAll(AsHandle(mHandle), bytes);
+}
+
+void LogFile::Close() { CloseHeld(mHandle); }
+
+bool LogFile::IsOpen() const { return mHandle != -1; }
+
+bool TruncateFile(const std::wstring& path) {
+  // The sharing and disposition of the C runtime's "w".
+  const UniqueFileHandle file(CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                          /*lpSecurityAttributes=*/nullptr, CREATE_ALWAYS,
+                                          FILE_ATTRIBUTE_NORMAL,
+                                          /*hTemplateFile=*/nullptr));
+  return file.valid();
+}
+
+bool CanOpenForReading(const std::wstring& path) {
+  const UniqueFileHandle file(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                          /*lpSecurityAttributes=*/nullptr, OPEN_EXISTING,
+                                          FILE_ATTRIBUTE_NORMAL,
+                                          /*hTemplateFile=*/nullptr));
+  return file.valid();
+}
+
+bool DeleteFileAt(const std::wstring& path) { return DeleteFileW(path.c_str()) != FALSE; }
+
+bool RenameFile(const std::wstring& from, const std::wstring& to) {
+  // Fails when `to` exists, as the C runtime's _wrename does.
+  return MoveFileW(from.c_str(), to.c_str()) != FALSE;
+}
+
+FileSizeResult FileSize(const std::wstring& path, unsigned long long& size) {
+  WIN32_FILE_ATTRIBUTE_DATA data{};
+  if (!GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data)) {
+    const DWORD error = GetLastError();
+    return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ? FileSizeResult::kMissing
+                                                                          : FileSizeResult::kFailed;
+  }
+  size = (static_cast<unsigned long long>(data.nFileSizeHigh) << 32) | data.nFileSizeLow;
+  return FileSizeResult::kOk;
+}
+
+bool FreeDiskSpace(const std::wstring& location, unsigned long long& freeBytes) {
+  // Null, not "", for the working directory's volume: Wine fails an empty name (ERROR_PATH_NOT_FOUND).
+  ULARGE_INTEGER available{};
+  if (!GetDiskFreeSpaceExW(location.empty() ? nullptr : location.c_str(), &available,
+                           /*lpTotalNumberOfBytes=*/nullptr, /*lpTotalNumberOfFreeBytes=*/nullptr)) {
+    return false;
+  }
+  freeBytes = available.QuadPart;
+  return true;
+}
+
+bool MakeDirectory(const std::wstring& path, bool& alreadyExists) {
+  alreadyExists = false;
+  if (CreateDirectoryW(path.c_str(), /*lpSecurityAttributes=*/nullptr)) return true;
+  alreadyExists = GetLastError() == ERROR_ALREADY_EXISTS;
+  return false;
+}
+
+bool PathExists(const std::wstring& path) {
+  WIN32_FIND_DATAW found{};
+  const UniqueFindHandle find(FindFirstFileW(path.c_str(), &found));
+  return find.valid();
+}
+
+bool CurrentDirectory(std::wstring& directory) {
+  // The directory may change between asking for the size and reading it: ask until it fits.
+  std::vector<wchar_t> buffer(MAX_PATH + 1);
+  for (;;) {
+    const DWORD length = GetCurrentDirectoryW(static_cast<DWORD>(buffer.size()), buffer.data());
+    if (length == 0) return false;
+    if (length < buffer.size()) {
+      directory.assign(buffer.data(), length);
+      return true;
+    }
+    buffer.resize(length);  // `length` counts the terminating null when the buffer was too small
+  }
+}
+
+}  // namespace Tavro_KVO_Util::platform

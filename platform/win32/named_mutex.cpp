@@ -1,0 +1,72 @@
+#ifndef _WIN32
+#error "Windows-only source file"
+#endif
+
+#include "platform/named_mutex.h"
+
+#include <utility>
+
+#include "platform/win32/null_dacl.h"
+#include "platform/win32/unique_handle.h"
+#include "platform/win32/windows_include.h"
+
+namespace Tavro_KVO_Util::platform {
+namespace {
+
+// Takes ownership of the handle held in NamedMutex's portable field, and closes it.
+void CloseHeld(void*& handle) {
+  if (handle != nullptr) UniqueHandle closing(std::exchange(handle, nullptr));
+}
+
+}  // namespace
+
+NamedMutex::NamedMutex() : mHandle(nullptr) {}
+
+NamedMutex::~NamedMutex() { CloseHeld(mHandle); }
+
+bool NamedMutex::Create(const std::wstring& name, NamedMutexCreation& creation) {
+  CloseHeld(mHandle);
+  creation = NamedMutexCreation();
+  NullDaclAttributes security;
+  creation.securityDescriptorFailed = security.DescriptorFailed();
+  // An existing mutex is opened by the same call (GetLastError() is then ERROR_ALREADY_EXISTS):
+  // that is success, not a failure to report.
+  UniqueHandle mutex(CreateMutexW(security.get(), /*bInitialOwner=*/FALSE, name.c_str()));
+  if (!mutex) {
+    creation.createFailed = true;
+    if (GetLastError() == ERROR_ALREADY_EXISTS) {
+      creation.alreadyExisted = true;
+      mutex.reset(OpenMutexW(MUTEX_ALL_ACCESS, /*bInheritHandle=*/FALSE, name.c_str()));
+    }
+  }
+  mHandle = mutex.release();
+  return mHandle != nullptr;
+}
+
+bool NamedMutex::IsValid() const { return mHandle != nullptr; }
+
+WaitResult NamedMutex::Wait(unsigned milliseconds) {
+  if (mHandle == nullptr) return WaitResult::kFailed;
+  switch (WaitForSingleObject(mHandle, milliseconds)) {
+    case WAIT_OBJECT_0:
+      return WaitResult::kAcquired;
+    case WAIT_TIMEOUT:
+      return WaitResult::kTimedOut;
+    case WAIT_ABANDONED:
+      return WaitResult::kAbandoned;
+    default:  // WAIT_FAILED
+      return WaitResult::kFailed;
+  }
+}
+
+void NamedMutex::Release() {
+  if (mHandle != nullptr) ReleaseMutex(mHandle);
+}
+
+void NamedMutex::ReleaseAndClose() {
+  if (mHandle == nullptr) return;
+  ReleaseMutex(mHandle);
+  CloseHeld(mHandle);
+}
+
+}  // namespace Tavro_KVO_Util::platform
