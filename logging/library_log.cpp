@@ -2,6 +2,8 @@
 
 #include <atomic>
 
+#include "Logger.h"
+#include "logging/logger_internals.h"
 #include "logging/wide_format.h"
 
 namespace Tavro_KVO_Util::internal {
@@ -13,19 +15,25 @@ std::atomic<ReportRecorderForTesting*> gRecorder{nullptr};
 
 void ReportToLogger(const wchar_t* area, int level, const wchar_t* file, int line, const wchar_t* format,
                     va_list args) {
-  ReportRecorderForTesting* recorder = gRecorder.load(std::memory_order_acquire);
-  if (recorder == nullptr) return;  // no Logger in this build yet: the report is skipped
-  va_list copy;
-  va_copy(copy, args);
-  recorder->Record({area ? area : L"", level, file ? file : L"", line, FormatWide(format, copy)});
-  va_end(copy);
+  if (ReportRecorderForTesting* recorder = gRecorder.load(std::memory_order_acquire)) {
+    // Tests see every report, formatted, and the log file stays out of it.
+    va_list copy;
+    va_copy(copy, args);
+    recorder->Record({area ? area : L"", level, file ? file : L"", line, FormatWide(format, copy)});
+    va_end(copy);
+    return;
+  }
+  Logger* logger = Logger::GetInstance();
+  if (logger == nullptr || !logger->IsThisLevelLoggable(area, level)) return;
+  LoggerInternals::LogFmtVA(*logger, area, level, file, line, format, args);
 }
 
-ReportRecorderForTesting::ReportRecorderForTesting() { gRecorder.store(this, std::memory_order_release); }
+ReportRecorderForTesting::ReportRecorderForTesting()
+    : mPrevious(gRecorder.exchange(this, std::memory_order_acq_rel)) {}
 
+// Recorders nest: the one made last records until it goes, then the one before takes over.
 ReportRecorderForTesting::~ReportRecorderForTesting() {
-  ReportRecorderForTesting* expected = this;
-  gRecorder.compare_exchange_strong(expected, nullptr);
+  gRecorder.store(mPrevious, std::memory_order_release);
 }
 
 void ReportRecorderForTesting::Record(ReportedEntry entry) {

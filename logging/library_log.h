@@ -2,8 +2,7 @@
 // process's Logger when there is one.
 //
 // Every class reports in its debug area with the source location of the call, and the Logger
-// decides whether the entry is written. Until the process has a Logger, reports are skipped, as
-// they are whenever no logger instance can be had.
+// decides whether the entry is written. When no logger instance can be had, reports are skipped.
 #ifndef TAVROMEDIVANEUTIL_LOGGING_LIBRARY_LOG_H
 #define TAVROMEDIVANEUTIL_LOGGING_LIBRARY_LOG_H
 
@@ -27,8 +26,8 @@ struct ReportedEntry {
   std::wstring message;  // formatted
 };
 
-// Test seam: while an object of this class lives, every report is also formatted and recorded
-// here, whether or not a Logger exists. One recorder at a time per process.
+// Test seam: while an object of this class lives, every report is formatted and recorded here
+// instead of going to the Logger. Recorders nest (the newest records).
 class ReportRecorderForTesting {
  public:
   ReportRecorderForTesting();
@@ -45,6 +44,7 @@ class ReportRecorderForTesting {
   void Record(ReportedEntry entry);
 
  private:
+  ReportRecorderForTesting* mPrevious;
   mutable std::mutex mMutex;
   std::vector<ReportedEntry> mEntries;
 };

@@ -9,6 +9,7 @@
 namespace Tavro_KVO_Util {
 
 class Config;
+class Logger;
 
 class SingletonManager {
  public:
@@ -20,6 +21,7 @@ class SingletonManager {
   // The library's one manager.
   static SingletonManager& Instance();
 
+  Logger* mLogger = nullptr;           // slot of the logger
   Config* mConfig = nullptr;           // slot of the logging configuration store
   Config* mConfigNoLogging = nullptr;  // slot of the logging-free configuration store
 

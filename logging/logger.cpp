@@ -1,0 +1,238 @@
+// Logger: the singleton, its settings from the configuration file, and the write rule.
+#include "Logger.h"
+
+#include <algorithm>
+#include <cwchar>
+#include <new>
+#include <vector>
+
+#include "Config.h"
+#include "OsAutoLock.h"
+#include "logging/event_log_report.h"
+#include "logging/log_levels.h"
+#include "logging/logger_process_state.h"
+#include "logging/singleton_manager.h"
+#include "platform/event_log.h"
+
+namespace Tavro_KVO_Util {
+
+using namespace internal;
+
+Logger* Logger::mInstance = nullptr;
+
+namespace {
+
+constexpr wchar_t kKeyPrefix[] = L"/Tavro/MedivaneSDK/Logging/";
+
+// One flag for every settings-read failure: only the first in the life of the process reaches
+// the event log, or a missing configuration file would flood it on every log call.
+void ReportSettingsError(const wchar_t* message) {
+  ReportOnce(ProcessState().settingsErrorReported, message);
+}
+
+std::wstring Key(const wchar_t* name) { return std::wstring(kKeyPrefix) + name; }
+
+// Reads a text setting of at most `maxLength` characters through the store's buffer getter.
+bool ReadText(Config& config, const wchar_t* name, int maxLength, std::wstring& value) {
+  std::vector<wchar_t> buffer(static_cast<std::size_t>(maxLength) + 2, L'\0');
+  int size = maxLength;
+  if (config.GetParameter(Key(name), buffer.data(), &size) != CFG_SUCCESS) return false;
+  value.assign(buffer.data());
+  return true;
+}
+
+// Leading decimal digits as an unsigned 64-bit number; no digits give 0.
+unsigned long long LeadingDigits(const std::wstring& text) {
+  unsigned long long value = 0;
+  for (const wchar_t c : text) {
+    if (c < L'0' || c > L'9') break;
+    value = value * 10 + static_cast<unsigned long long>(c - L'0');
+  }
+  return value;
+}
+
+}  // namespace
+
+Logger* Logger::GetInstance() {
+  if (mInstance == nullptr) {
+    mInstance = new (std::nothrow) Logger();
+    SingletonManager::Instance().mLogger = mInstance;
+  }
+  return mInstance;
+}
+
+Logger::Logger()
+    : SysDefaultLevel(kLevelFatal),
+      DefaultLevel(kLevelDebug),
+      WriteErrorsToEventLog(false),
+      FreeSpaceMinimum(1000000000ULL),
+      MaxLogFileBackups(5),
+      MaxLogFileSize(1000000000L),
+      FormatString(L"%L %D %T %Z %A {%P-%t} %m"),
+      pauseLogging(false),
+      LogFileLocation{},
+      LogFileName{},
+      mLogFilePath{},
+      mConfig(nullptr) {
+  if (!GetConfig(false))
+    ReportToEventLog(L"Error getting Config using the default parameters", platform::kEventError);
+  if (!makenewdir(LogFileLocation))
+    ReportToEventLog(L"Error creating logging directory path", platform::kEventError);
+  GetLogFileName();
+}
+
+Logger::~Logger() {
+  ClearAreaList();
+  delete mConfig;
+  if (mInstance == this) mInstance = nullptr;
+}
+
+bool Logger::GetConfig(bool force) {
+  OsAutoLock lock(&mCritSect);
+  bool madeNow = false;
+  if (mConfig == nullptr) {
+    // Logging and writing off: the logger's own store must never log into the logger.
+    mConfig = new (std::nothrow) Config(/*logging=*/false, /*writable=*/false);
+    if (mConfig == nullptr) return false;
+    madeNow = true;
+  }
+  if (mConfig->Reload(false) != CFG_SUCCESS) return true;  // keep the settings we have
+  if (!force && !madeNow && !mConfig->WasReloaded()) return true;
+  ReadSettings();
+  return true;
+}
+
+void Logger::ReadSettings() {
+  Config& config = *mConfig;
+  long number = 0;
+  if (config.GetParameter(Key(L"MaxLogFileBackups"), number) == CFG_SUCCESS) {
+    MaxLogFileBackups = number;
+  } else {
+    ReportSettingsError(L"Error getting maximum log files from Configuration");
+  }
+  if (config.GetParameter(Key(L"MaxLogFileSize"), number) == CFG_SUCCESS) {
+    MaxLogFileSize = number;
+  } else {
+    ReportSettingsError(L"Error getting maximum log file size from Configuration");
+  }
+
+  std::wstring text;
+  if (ReadText(config, L"LogFileLocation", 261, text)) {
+    if (LogFileLocation[0] == L'\0') {
+      text.copy(LogFileLocation, 260);
+      LogFileLocation[std::min<std::size_t>(text.size(), 260)] = L'\0';
+    } else if (std::wcsncmp(LogFileLocation, text.c_str(), 260) != 0) {
+      // Reported at every reload that sees the difference, not under the once-flag.
+      ReportToEventLog(L"LogFileLocation change does not affect a running program.",
+                       platform::kEventInformation);
+    }
+  } else {
+    ReportSettingsError(L"Error getting log file location from Configuration");
+  }
+
+  if (ReadText(config, L"DefaultLevel", 10, text)) {
+    // "REPORT" counts as "ERROR": callers have always configured it that way.
+    if (text == L"DEBUG")
+      DefaultLevel = kLevelDebug;
+    else if (text == L"INFO")
+      DefaultLevel = kLevelInfo;
+    else if (text == L"WARN")
+      DefaultLevel = kLevelWarn;
+    else if (text == L"ERROR" || text == L"REPORT")
+      DefaultLevel = kLevelError;
+    else if (text == L"FATAL")
+      DefaultLevel = kLevelFatal;
+  } else {
+    ReportSettingsError(L"Error getting default logging level from Configuration");
+  }
+
+  GetEventLogSetting();
+
+  if (ReadText(config, L"LogFileName", 261, text)) {
+    text.copy(LogFileName, 260);
+    LogFileName[std::min<std::size_t>(text.size(), 260)] = L'\0';
+  } else {
+    LogFileName[0] = L'\0';
+    ReportSettingsError(L"Error getting log file name from Configuration");
+  }
+
+  if (ReadText(config, L"FreeSpaceMinimum", 20, text)) {
+    FreeSpaceMinimum = LeadingDigits(text);
+  } else {
+    ReportSettingsError(L"Error getting free space minimum from Configuration");
+  }
+
+  if (ReadText(config, L"ThresholdExceeded", 15, text)) {
+    if (text == L"pauseLogging")
+      pauseLogging = true;
+    else if (text == L"deleteOld")
+      pauseLogging = false;
+  } else {
+    // The misspelling is the text support has always searched for; keep it.
+    ReportSettingsError(
+        L"Error getting treshold exceeded parameter (pauseLogging or deleteOld) from Configuration");
+  }
+
+  std::wstring format;
+  if (config.GetParameter(Key(L"FormatString"), format) == CFG_SUCCESS) {
+    FormatString = format;
+  } else {
+    ReportSettingsError(L"Error getting FormatString from Configuration");
+  }
+
+  if (ReadText(config, L"WriteErrorsToEventLog", 10, text)) {
+    WriteErrorsToEventLog = text == L"true";
+  } else {
+    ReportSettingsError(L"Error getting write errors to event log setting from Configuration");
+  }
+
+  ReadDebugAreas();
+}
+
+void Logger::GetEventLogSetting() {
+  std::wstring text;
+  if (!ReadText(*mConfig, L"SysDefaultLevel", 10, text)) return;
+  if (text == L"ERROR")
+    SysDefaultLevel = kLevelError;
+  else if (text == L"FATAL")
+    SysDefaultLevel = kLevelFatal;
+}
+
+void Logger::ReadDebugAreas() {
+  ClearAreaList();
+  std::wstring text;
+  if (!ReadText(*mConfig, L"DebugAreas", 500, text)) return;
+  std::size_t at = 0;
+  while (at < text.size()) {
+    const std::size_t end = text.find_first_of(L" ,\t\n", at);
+    const std::wstring token = text.substr(at, end == std::wstring::npos ? std::wstring::npos : end - at);
+    if (!token.empty() && !AreaExists(token.c_str())) mDebugAreas.push_back({1, token});
+    if (end == std::wstring::npos) break;
+    at = end + 1;
+  }
+}
+
+bool Logger::IsThisLevelLoggable(const wchar_t* area, int level) {
+  if (!GetConfig(false)) DefaultLevel = kLevelDebug;
+  // No lock on this path: a reload seen half-done is accepted for the sake of every log call.
+  if (level <= DefaultLevel || level == kLevelReport) return true;
+  OsAutoLock lock(&mCritSect);
+  if (area == nullptr) return false;
+  for (const DebugArea& debugArea : mDebugAreas) {
+    if (debugArea.name == area) return debugArea.enabled == 1;
+  }
+  return false;
+}
+
+bool Logger::AreaExists(const wchar_t* area) const {
+  OsAutoLock lock(&mCritSect);
+  if (area == nullptr) return false;
+  for (const DebugArea& debugArea : mDebugAreas) {
+    if (debugArea.name == area) return true;
+  }
+  return false;
+}
+
+void Logger::ClearAreaList() { mDebugAreas.clear(); }
+
+}  // namespace Tavro_KVO_Util
