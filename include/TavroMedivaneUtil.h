@@ -6,8 +6,12 @@
 #ifndef TAVROMEDIVANEUTIL_H
 #define TAVROMEDIVANEUTIL_H
 
+#include "CFGStatus.h"
 #include "CRC16.h"
+#include "Config.h"
 #include "Crc32.h"
+#include "FileModTime.h"
+#include "Logger.h"
 #include "OsAutoLock.h"
 #include "OsCriticalSection.h"
 #include "OsLockableObject.h"

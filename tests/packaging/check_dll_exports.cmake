@@ -25,7 +25,18 @@ set(expected
   "Tavro_KVO_Util::OsCriticalSection::Lock(bool)"
   "Tavro_KVO_Util::OsCriticalSection::Unlock()"
   "Tavro_KVO_Util::OsAutoLock::OsAutoLock(Tavro_KVO_Util::OsLockableObject*)"
-  "Tavro_KVO_Util::OsAutoLock::~OsAutoLock()")
+  "Tavro_KVO_Util::OsAutoLock::~OsAutoLock()"
+  "Tavro_KVO_Util::Config::GetInstance(bool, bool)"
+  "Tavro_KVO_Util::Config::mThisInstance"
+  "Tavro_KVO_Util::Config::SetParameter("
+  "Tavro_KVO_Util::Logger::GetInstance()"
+  "Tavro_KVO_Util::Logger::LogFmt(wchar_t const*, int, wchar_t const*, int, wchar_t const*, ...)"
+  "Tavro_KVO_Util::Logger::Log(unsigned short const*, int, unsigned short const*, unsigned short const*, int)"
+  "Tavro_KVO_Util::Logger::LogLong(unsigned short const*, int, unsigned short const*, long, unsigned short const*, int)")
+# The plain function keeps its undecorated name for callers that cannot use the classes.
+if(NOT table MATCHES "[ \t]MV_LogFmt\r?\n")
+  message(SEND_ERROR "MV_LogFmt is not exported under its plain name")
+endif()
 foreach(name IN LISTS expected)
   string(FIND "${demangled}" "${name}" at)
   if(at EQUAL -1)
