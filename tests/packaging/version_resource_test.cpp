@@ -59,4 +59,19 @@ TEST_F(VersionResource, CarriesTheProjectVersionAsTextAndNumbers) {
   EXPECT_EQ(fixed->dwFileType, static_cast<DWORD>(VFT_DLL));
 }
 
+// The event log shows each report through message 1 of the DLL's message table: the insertion
+// string itself, then CR LF.
+TEST(MessageTable, MessageOneIsTheInsertionStringAndALineBreak) {
+  HMODULE module = nullptr;
+  ASSERT_TRUE(GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                                 reinterpret_cast<LPCWSTR>(&Tavro_KVO_Util::Crc32::mCrc32Table), &module));
+  wchar_t* text = nullptr;
+  const DWORD length = FormatMessageW(
+      FORMAT_MESSAGE_FROM_HMODULE | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_ALLOCATE_BUFFER, module,
+      /*dwMessageId=*/1, /*dwLanguageId=*/0, reinterpret_cast<LPWSTR>(&text), 0, /*Arguments=*/nullptr);
+  ASSERT_GT(length, 0u) << "error " << GetLastError();
+  EXPECT_EQ(std::wstring(text, length), L"%1\r\n");
+  LocalFree(text);
+}
+
 }  // namespace
