@@ -19,6 +19,7 @@
 #include <vector>
 
 #include "Config.h"
+#include "logging/library_log.h"
 
 namespace Tavro_KVO_Util {
 
@@ -40,6 +41,12 @@ namespace fuzzing {
       __builtin_trap();                                                                   \
     }                                                                                     \
   } while (0)
+
+// The store's own reports are swallowed: without a configuration file for the logger, a report
+// that reached it would wait out the file-open retries on every input.
+inline void SwallowReports() {
+  static Tavro_KVO_Util::internal::ReportRecorderForTesting swallow(/*keep=*/false);
+}
 
 // One directory per process, made on first use and removed at exit; one file name in it, reused
 // by every input so that nothing piles up however long the run.

@@ -152,6 +152,7 @@ void CheckFirstRecordLookup(Config& config, const std::wstring& key) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  Tavro_KVO_Util::fuzzing::SwallowReports();
   const InputFile& file = InputFile::Get();
   file.Write(data, size);
   {

@@ -28,8 +28,8 @@ void ReportToLogger(const wchar_t* area, int level, const wchar_t* file, int lin
   LoggerInternals::LogFmtVA(*logger, area, level, file, line, format, args);
 }
 
-ReportRecorderForTesting::ReportRecorderForTesting()
-    : mPrevious(gRecorder.exchange(this, std::memory_order_acq_rel)) {}
+ReportRecorderForTesting::ReportRecorderForTesting(bool keep)
+    : mPrevious(gRecorder.exchange(this, std::memory_order_acq_rel)), mKeep(keep) {}
 
 // Recorders nest: the one made last records until it goes, then the one before takes over.
 ReportRecorderForTesting::~ReportRecorderForTesting() {
@@ -37,6 +37,7 @@ ReportRecorderForTesting::~ReportRecorderForTesting() {
 }
 
 void ReportRecorderForTesting::Record(ReportedEntry entry) {
+  if (!mKeep) return;
   std::lock_guard<std::mutex> hold(mMutex);
   mEntries.push_back(std::move(entry));
 }

@@ -30,7 +30,8 @@ struct ReportedEntry {
 // instead of going to the Logger. Recorders nest (the newest records).
 class ReportRecorderForTesting {
  public:
-  ReportRecorderForTesting();
+  // `keep` false: reports are swallowed, not kept (long runs such as fuzzers).
+  explicit ReportRecorderForTesting(bool keep = true);
   ~ReportRecorderForTesting();
   ReportRecorderForTesting(const ReportRecorderForTesting&) = delete;
   ReportRecorderForTesting& operator=(const ReportRecorderForTesting&) = delete;
@@ -45,6 +46,7 @@ class ReportRecorderForTesting {
 
  private:
   ReportRecorderForTesting* mPrevious;
+  bool mKeep;
   mutable std::mutex mMutex;
   std::vector<ReportedEntry> mEntries;
 };
