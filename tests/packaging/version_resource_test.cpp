@@ -63,8 +63,9 @@ TEST_F(VersionResource, CarriesTheProjectVersionAsTextAndNumbers) {
 // string itself, then CR LF.
 TEST(MessageTable, MessageOneIsTheInsertionStringAndALineBreak) {
   HMODULE module = nullptr;
-  ASSERT_TRUE(GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-                                 reinterpret_cast<LPCWSTR>(&Tavro_KVO_Util::Crc32::mCrc32Table), &module));
+  ASSERT_TRUE(GetModuleHandleExW(
+      GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+      reinterpret_cast<LPCWSTR>(&Tavro_KVO_Util::Crc32::mCrc32Table), &module));
   wchar_t* text = nullptr;
   const DWORD length = FormatMessageW(
       FORMAT_MESSAGE_FROM_HMODULE | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_ALLOCATE_BUFFER, module,
