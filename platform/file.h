@@ -8,16 +8,17 @@
 
 #include <string>
 
+#include "platform/owned_file.h"
+
 namespace Tavro_KVO_Util::platform {
 
 // An existing file opened for reading, other readers and writers allowed (as the C runtime's
 // "rb" does on Windows). Move-only; closes on destruction.
 class ReadableFile {
  public:
-  ReadableFile();
-  ~ReadableFile();
-  ReadableFile(ReadableFile&& other) noexcept;
-  ReadableFile& operator=(ReadableFile&& other) noexcept;
+  ReadableFile() = default;
+  ReadableFile(ReadableFile&& other) noexcept = default;
+  ReadableFile& operator=(ReadableFile&& other) noexcept = default;
   ReadableFile(const ReadableFile&) = delete;
   ReadableFile& operator=(const ReadableFile&) = delete;
 
@@ -34,7 +35,7 @@ class ReadableFile {
   bool IsOpen() const;
 
  private:
-  long long mHandle;  // a HANDLE or a descriptor, -1 when closed
+  OwnedFile mFile;
 };
 
 // True when `path` exists and can be opened for reading while denying other writers (Windows);

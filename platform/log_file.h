@@ -7,15 +7,16 @@
 
 #include <string>
 
+#include "platform/owned_file.h"
+
 namespace Tavro_KVO_Util::platform {
 
 // The log file open for writing. Move-only; closes on destruction.
 class LogFile {
  public:
-  LogFile();
-  ~LogFile();
-  LogFile(LogFile&& other) noexcept;
-  LogFile& operator=(LogFile&& other) noexcept;
+  LogFile() = default;
+  LogFile(LogFile&& other) noexcept = default;
+  LogFile& operator=(LogFile&& other) noexcept = default;
   LogFile(const LogFile&) = delete;
   LogFile& operator=(const LogFile&) = delete;
 
@@ -36,7 +37,7 @@ class LogFile {
   bool IsOpen() const;
 
  private:
-  long long mHandle;  // a HANDLE or a descriptor, -1 when closed
+  OwnedFile mFile;
 };
 
 // Empties `path` (creating it when missing), as the C runtime's "w" mode does. False on failure.

@@ -11,31 +11,6 @@
 
 namespace Tavro_KVO_Util::platform {
 
-namespace {
-
-// Takes ownership of a descriptor held in ReadableFile's portable field, and closes it.
-void CloseHeld(long long& handle) {
-  if (handle >= 0) UniqueFd closing(static_cast<int>(handle));
-  handle = -1;
-}
-
-}  // namespace
-
-ReadableFile::ReadableFile() : mHandle(-1) {}
-
-ReadableFile::~ReadableFile() { CloseHeld(mHandle); }
-
-ReadableFile::ReadableFile(ReadableFile&& other) noexcept : mHandle(other.mHandle) { other.mHandle = -1; }
-
-ReadableFile& ReadableFile::operator=(ReadableFile&& other) noexcept {
-  if (this != &other) {
-    CloseHeld(mHandle);
-    mHandle = other.mHandle;
-    other.mHandle = -1;
-  }
-  return *this;
-}
-
 bool ReadableFile::Open(const std::wstring& path, int& error) {
   UniqueFd fd(::open(WideToUtf8(path).c_str(), O_RDONLY | O_CLOEXEC));
   if (!fd) {
@@ -47,14 +22,13 @@ bool ReadableFile::Open(const std::wstring& path, int& error) {
     error = S_ISDIR(info.st_mode) ? EISDIR : errno;
     return false;
   }
-  CloseHeld(mHandle);
-  mHandle = fd.release();
+  mFile.reset(fd.release());
   return true;
 }
 
 bool ReadableFile::ReadAll(std::string& bytes) {
-  if (mHandle < 0) return false;
-  const int fd = static_cast<int>(mHandle);
+  if (!mFile) return false;
+  const int fd = static_cast<int>(mFile.get());
   struct stat info {};
   const std::size_t start = bytes.size();
   if (::fstat(fd, &info) == 0 && info.st_size > 0)
@@ -71,9 +45,9 @@ bool ReadableFile::ReadAll(std::string& bytes) {
   }
 }
 
-void ReadableFile::LeaveOpen() { mHandle = -1; }
+void ReadableFile::LeaveOpen() { mFile.release(); }
 
-bool ReadableFile::IsOpen() const { return mHandle >= 0; }
+bool ReadableFile::IsOpen() const { return mFile.valid(); }
 
 bool CanOpenForReadingDenyingWriters(const std::wstring& path) {
   // Linux has no share modes; being able to open the file for reading is what counts.

@@ -16,12 +16,6 @@
 namespace Tavro_KVO_Util::platform {
 namespace {
 
-// Takes ownership of a descriptor held in LogFile's portable field, and closes it.
-void CloseHeld(long long& handle) {
-  if (handle >= 0) UniqueFd closing(static_cast<int>(handle));
-  handle = -1;
-}
-
 bool WriteAll(int fd, const std::string& bytes) {
   std::size_t done = 0;
   while (done < bytes.size()) {
@@ -57,21 +51,6 @@ UniqueFd OpenOrCreate(const std::string& path, bool& created) {
 
 }  // namespace
 
-LogFile::LogFile() : mHandle(-1) {}
-
-LogFile::~LogFile() { CloseHeld(mHandle); }
-
-LogFile::LogFile(LogFile&& other) noexcept : mHandle(other.mHandle) { other.mHandle = -1; }
-
-LogFile& LogFile::operator=(LogFile&& other) noexcept {
-  if (this != &other) {
-    CloseHeld(mHandle);
-    mHandle = other.mHandle;
-    other.mHandle = -1;
-  }
-  return *this;
-}
-
 bool LogFile::OpenAlways(const std::wstring& path, bool& created, int& error) {
   bool isNew = false;
   UniqueFd fd = OpenOrCreate(WideToUtf8(path), isNew);
@@ -85,27 +64,26 @@ bool LogFile::OpenAlways(const std::wstring& path, bool& created, int& error) {
     error = errno;  // EWOULDBLOCK while someone else has it open
     return false;
   }
-  CloseHeld(mHandle);
-  mHandle = fd.release();
+  mFile.reset(fd.release());
   created = isNew;
   return true;
 }
 
 bool LogFile::Append(const std::string& bytes) {
-  if (mHandle < 0) return false;
-  const int fd = static_cast<int>(mHandle);
+  if (!mFile) return false;
+  const int fd = static_cast<int>(mFile.get());
   if (::lseek(fd, 0, SEEK_END) < 0) return false;
   return WriteAll(fd, bytes);
 }
 
 bool LogFile::Write(const std::string& bytes) {
-  if (mHandle < 0) return false;
-  return WriteAll(static_cast<int>(mHandle), bytes);
+  if (!mFile) return false;
+  return WriteAll(static_cast<int>(mFile.get()), bytes);
 }
 
-void LogFile::Close() { CloseHeld(mHandle); }
+void LogFile::Close() { mFile.reset(); }
 
-bool LogFile::IsOpen() const { return mHandle >= 0; }
+bool LogFile::IsOpen() const { return mFile.valid(); }
 
 bool TruncateFile(const std::wstring& path) {
   const UniqueFd fd(::open(WideToUtf8(path).c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));

@@ -10,33 +10,7 @@
 #include "platform/win32/windows_include.h"
 
 namespace Tavro_KVO_Util::platform {
-namespace {
-
-HANDLE AsHandle(long long value) { return reinterpret_cast<HANDLE>(static_cast<intptr_t>(value)); }
-long long FromHandle(HANDLE handle) { return static_cast<long long>(reinterpret_cast<intptr_t>(handle)); }
-
-// Takes ownership of a handle held in ReadableFile's portable field, and closes it.
-void CloseHeld(long long& handle) {
-  if (handle != -1) UniqueFileHandle closing(AsHandle(handle));
-  handle = -1;
-}
-
-}  // namespace
-
-ReadableFile::ReadableFile() : mHandle(-1) {}
-
-ReadableFile::~ReadableFile() { CloseHeld(mHandle); }
-
-ReadableFile::ReadableFile(ReadableFile&& other) noexcept : mHandle(other.mHandle) { other.mHandle = -1; }
-
-ReadableFile& ReadableFile::operator=(ReadableFile&& other) noexcept {
-  if (this != &other) {
-    CloseHeld(mHandle);
-    mHandle = other.mHandle;
-    other.mHandle = -1;
-  }
-  return *this;
-}
+namespace {}  // namespace
 
 bool ReadableFile::Open(const std::wstring& path, int& error) {
   // The sharing of the C runtime's "rb": other readers and writers may keep the file open.
@@ -47,14 +21,13 @@ bool ReadableFile::Open(const std::wstring& path, int& error) {
     error = static_cast<int>(GetLastError());
     return false;
   }
-  CloseHeld(mHandle);
-  mHandle = FromHandle(file.release());
+  mFile.reset(FromHandle(file.release()));
   return true;
 }
 
 bool ReadableFile::ReadAll(std::string& bytes) {
-  if (mHandle == -1) return false;
-  const HANDLE file = AsHandle(mHandle);
+  if (!mFile) return false;
+  const HANDLE file = AsHandle(mFile.get());
   LARGE_INTEGER size{};
   if (GetFileSizeEx(file, &size) && size.QuadPart > 0) bytes.reserve(bytes.size() + size.QuadPart);
   char block[64 * 1024];
@@ -66,9 +39,9 @@ bool ReadableFile::ReadAll(std::string& bytes) {
   }
 }
 
-void ReadableFile::LeaveOpen() { mHandle = -1; }
+void ReadableFile::LeaveOpen() { mFile.release(); }
 
-bool ReadableFile::IsOpen() const { return mHandle != -1; }
+bool ReadableFile::IsOpen() const { return mFile.valid(); }
 
 bool CanOpenForReadingDenyingWriters(const std::wstring& path) {
   const UniqueFileHandle file(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ,

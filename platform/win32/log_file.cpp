@@ -16,15 +16,6 @@
 namespace Tavro_KVO_Util::platform {
 namespace {
 
-HANDLE AsHandle(long long value) { return reinterpret_cast<HANDLE>(static_cast<intptr_t>(value)); }
-long long FromHandle(HANDLE handle) { return static_cast<long long>(reinterpret_cast<intptr_t>(handle)); }
-
-// Takes ownership of a handle held in LogFile's portable field, and closes it.
-void CloseHeld(long long& handle) {
-  if (handle != -1) UniqueFileHandle closing(AsHandle(handle));
-  handle = -1;
-}
-
 bool WriteAll(HANDLE file, const std::string& bytes) {
   std::size_t done = 0;
   while (done < bytes.size()) {
@@ -40,21 +31,6 @@ bool WriteAll(HANDLE file, const std::string& bytes) {
 
 }  // namespace
 
-LogFile::LogFile() : mHandle(-1) {}
-
-LogFile::~LogFile() { CloseHeld(mHandle); }
-
-LogFile::LogFile(LogFile&& other) noexcept : mHandle(other.mHandle) { other.mHandle = -1; }
-
-LogFile& LogFile::operator=(LogFile&& other) noexcept {
-  if (this != &other) {
-    CloseHeld(mHandle);
-    mHandle = other.mHandle;
-    other.mHandle = -1;
-  }
-  return *this;
-}
-
 bool LogFile::OpenAlways(const std::wstring& path, bool& created, int& error) {
   // Without the descriptor the file gets default security; it can still be written by us.
   NullDaclAttributes security;
@@ -66,27 +42,26 @@ bool LogFile::OpenAlways(const std::wstring& path, bool& created, int& error) {
   }
   // OPEN_ALWAYS reports an existing file through the last error of a successful call.
   created = GetLastError() != ERROR_ALREADY_EXISTS;
-  CloseHeld(mHandle);
-  mHandle = FromHandle(file.release());
+  mFile.reset(FromHandle(file.release()));
   return true;
 }
 
 bool LogFile::Append(const std::string& bytes) {
-  if (mHandle == -1) return false;
-  const HANDLE file = AsHandle(mHandle);
+  if (!mFile) return false;
+  const HANDLE file = AsHandle(mFile.get());
   LARGE_INTEGER zero{};
   if (!SetFilePointerEx(file, zero, /*lpNewFilePointer=*/nullptr, FILE_END)) return false;
   return WriteAll(file, bytes);
 }
 
 bool LogFile::Write(const std::string& bytes) {
-  if (mHandle == -1) return false;
-  return WriteAll(AsHandle(mHandle), bytes);
+  if (!mFile) return false;
+  return WriteAll(AsHandle(mFile.get()), bytes);
 }
 
-void LogFile::Close() { CloseHeld(mHandle); }
+void LogFile::Close() { mFile.reset(); }
 
-bool LogFile::IsOpen() const { return mHandle != -1; }
+bool LogFile::IsOpen() const { return mFile.valid(); }
 
 bool TruncateFile(const std::wstring& path) {
   // The sharing and disposition of the C runtime's "w".

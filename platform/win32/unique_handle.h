@@ -31,6 +31,12 @@ struct HandleTraits {
 };
 using UniqueHandle = UniqueResource<HandleTraits>;
 
+// A HANDLE as the number that portable classes store (see platform/owned_file.h), and back.
+inline HANDLE AsHandle(long long value) { return reinterpret_cast<HANDLE>(static_cast<intptr_t>(value)); }
+inline long long FromHandle(HANDLE handle) {
+  return static_cast<long long>(reinterpret_cast<intptr_t>(handle));
+}
+
 }  // namespace Tavro_KVO_Util::platform
 
 #endif  // TAVROMEDIVANEUTIL_PLATFORM_WIN32_UNIQUE_HANDLE_H
