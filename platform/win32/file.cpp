@@ -10,7 +10,6 @@
 #include "platform/win32/windows_include.h"
 
 namespace Tavro_KVO_Util::platform {
-namespace {}  // namespace
 
 bool ReadableFile::Open(const std::wstring& path, int& error) {
   // The sharing of the C runtime's "rb": other readers and writers may keep the file open.

@@ -8,8 +8,13 @@
 #include <random>
 #include <vector>
 
+#include "foundation/crc_test_data.h"
+
 namespace Tavro_KVO_Util {
 namespace {
+
+using testing::Bytes;
+using testing::RandomBytes;
 
 // One bit at a time, straight from the reflected polynomial: shares nothing with the library.
 std::uint16_t BitwiseStep(std::uint16_t reg, unsigned char byte) {
@@ -22,26 +27,6 @@ std::uint16_t BitwiseCrc16(const unsigned char* data, std::size_t length) {
   std::uint16_t reg = 0xFFFF;
   for (std::size_t i = 0; i < length; ++i) reg = BitwiseStep(reg, data[i]);
   return static_cast<std::uint16_t>(~reg);
-}
-
-const unsigned char* Bytes(const char* text) { return reinterpret_cast<const unsigned char*>(text); }
-
-std::vector<unsigned char> RandomBytes(std::mt19937& rng, std::size_t count) {
-  std::uniform_int_distribution<int> byte(0, 255);
-  std::vector<unsigned char> v(count);
-  for (auto& b : v) b = static_cast<unsigned char>(byte(rng));
-  return v;
-}
-
-// Feeds `length` bytes in random pieces, zero-length pieces included.
-void DigestInPieces(CRC16& crc, const unsigned char* data, std::size_t length, std::mt19937& rng) {
-  std::size_t done = 0;
-  while (done < length) {
-    std::uniform_int_distribution<std::size_t> piece(0, length - done);
-    const std::size_t n = piece(rng);
-    crc.Digest(data + done, n);
-    done += n;
-  }
 }
 
 TEST(CRC16, CheckValueOfStandardStringIs0xB4C8) {
@@ -122,7 +107,8 @@ TEST(CRC16, EveryLengthAndAlignmentMatchesTheBitwiseDefinition) {
       whole.Digest(data, length);
       const unsigned short oneCall = whole.Final();
       CRC16 pieces;
-      DigestInPieces(pieces, data, length, rng);
+      testing::FeedInRandomPieces(
+          data, length, rng, [&](const unsigned char* piece, std::size_t n) { pieces.Digest(piece, n); });
       const unsigned short inPieces = pieces.Final();
       if (oneCall != expected || inPieces != expected) {
         ADD_FAILURE() << "offset " << offset << " length " << length << ": expected " << std::hex << expected
@@ -144,7 +130,8 @@ TEST(CRC16, LongBuffersMatchTheBitwiseDefinition) {
       whole.Digest(data, length);
       EXPECT_EQ(whole.Final(), expected) << "length " << length << " offset " << offset;
       CRC16 pieces;
-      DigestInPieces(pieces, data, length, rng);
+      testing::FeedInRandomPieces(
+          data, length, rng, [&](const unsigned char* piece, std::size_t n) { pieces.Digest(piece, n); });
       EXPECT_EQ(pieces.Final(), expected) << "length " << length << " offset " << offset;
     }
   }

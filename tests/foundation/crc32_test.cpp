@@ -8,8 +8,13 @@
 #include <random>
 #include <vector>
 
+#include "foundation/crc_test_data.h"
+
 namespace Tavro_KVO_Util {
 namespace {
+
+using testing::Bytes;
+using testing::RandomBytes;
 
 constexpr std::uint32_t kPolynomial = 0xEDB88320;
 
@@ -23,26 +28,6 @@ std::uint32_t BitwiseStep(std::uint32_t reg, unsigned char byte) {
 std::uint32_t BitwiseRegister(std::uint32_t reg, const unsigned char* data, std::size_t length) {
   for (std::size_t i = 0; i < length; ++i) reg = BitwiseStep(reg, data[i]);
   return reg;
-}
-
-const unsigned char* Bytes(const char* text) { return reinterpret_cast<const unsigned char*>(text); }
-
-std::vector<unsigned char> RandomBytes(std::mt19937& rng, std::size_t count) {
-  std::uniform_int_distribution<int> byte(0, 255);
-  std::vector<unsigned char> v(count);
-  for (auto& b : v) b = static_cast<unsigned char>(byte(rng));
-  return v;
-}
-
-// Feeds `length` bytes in random pieces, zero-length pieces included.
-void ProcessInPieces(Crc32& crc, const unsigned char* data, std::size_t length, std::mt19937& rng) {
-  std::size_t done = 0;
-  while (done < length) {
-    std::uniform_int_distribution<std::size_t> piece(0, length - done);
-    const std::size_t n = piece(rng);
-    crc.ProcessBuffer(data + done, static_cast<unsigned int>(n));
-    done += n;
-  }
 }
 
 TEST(Crc32, CheckValueOfStandardStringIs0xCBF43926) {
@@ -183,7 +168,9 @@ TEST(Crc32, EveryLengthAndAlignmentMatchesTheBitwiseDefinition) {
       Crc32 whole;
       whole.ProcessBuffer(data, static_cast<unsigned int>(length));
       Crc32 pieces;
-      ProcessInPieces(pieces, data, length, rng);
+      testing::FeedInRandomPieces(data, length, rng, [&](const unsigned char* piece, std::size_t n) {
+        pieces.ProcessBuffer(piece, static_cast<unsigned int>(n));
+      });
       if (whole.GetResult() != expected || pieces.GetResult() != expected) {
         ADD_FAILURE() << "offset " << offset << " length " << length << ": expected " << std::hex << expected
                       << ", one call " << whole.GetResult() << ", pieces " << pieces.GetResult();
@@ -204,7 +191,9 @@ TEST(Crc32, LongBuffersMatchTheBitwiseDefinition) {
       whole.ProcessBuffer(data, static_cast<unsigned int>(length));
       EXPECT_EQ(whole.GetResult(), expected) << "length " << length << " offset " << offset;
       Crc32 pieces;
-      ProcessInPieces(pieces, data, length, rng);
+      testing::FeedInRandomPieces(data, length, rng, [&](const unsigned char* piece, std::size_t n) {
+        pieces.ProcessBuffer(piece, static_cast<unsigned int>(n));
+      });
       EXPECT_EQ(pieces.GetResult(), expected) << "length " << length << " offset " << offset;
     }
   }

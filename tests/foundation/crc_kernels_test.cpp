@@ -9,8 +9,12 @@
 #include <random>
 #include <vector>
 
+#include "foundation/crc_test_data.h"
+
 namespace Tavro_KVO_Util::crc_internal {
 namespace {
+
+using testing::RandomBytes;
 
 std::uint32_t BitwiseStep32(std::uint32_t reg, unsigned char byte) {
   reg ^= byte;
@@ -22,13 +26,6 @@ std::uint16_t BitwiseStep16(std::uint16_t reg, unsigned char byte) {
   unsigned r = reg ^ byte;
   for (int bit = 0; bit < 8; ++bit) r = (r >> 1) ^ ((r & 1) ? 0xA001u : 0u);
   return static_cast<std::uint16_t>(r);
-}
-
-std::vector<unsigned char> RandomBytes(std::mt19937& rng, std::size_t count) {
-  std::uniform_int_distribution<int> byte(0, 255);
-  std::vector<unsigned char> v(count);
-  for (auto& b : v) b = static_cast<unsigned char>(byte(rng));
-  return v;
 }
 
 // Runs `kernel` over every length 0..maxLength at offsets 0..15, each offset with its own random
