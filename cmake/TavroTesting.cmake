@@ -1,11 +1,14 @@
-# tavro_add_test(NAME <name> SOURCES <files...> [INTERNAL] [LIBS <targets...>])
+# tavro_add_test(NAME <name> SOURCES <files...> [INTERNAL] [LIBS <targets...>] [SHARED_LOG])
 #
 # Builds one GoogleTest program and registers each of its tests with ctest. By default the program
 # links the shared library, so the tests go through the real exports (under Wine, the real DLL).
 # INTERNAL links the library's objects directly instead, for white-box tests of internals that
 # the library does not export.
+# SHARED_LOG marks programs whose tests write through the machine-wide log lock and assert what
+# lands in the log; ctest runs them one at a time, because one of them holds that lock for longer
+# than a writer waits, which would make a writer in another test drop its entry.
 function(tavro_add_test)
-  cmake_parse_arguments(T "INTERNAL" "NAME" "SOURCES;LIBS" ${ARGN})
+  cmake_parse_arguments(T "INTERNAL;SHARED_LOG" "NAME" "SOURCES;LIBS" ${ARGN})
   add_executable(${T_NAME} ${T_SOURCES})
   if(T_INTERNAL)
     target_link_libraries(${T_NAME} PRIVATE tavro_objects)
@@ -18,8 +21,12 @@ function(tavro_add_test)
   tavro_apply_link_options(${T_NAME})
   # Discovery happens when ctest runs, not at build time: under Wine a test program started during
   # the build would start a wineserver that holds the build's pipes open.
+  set(properties TIMEOUT 120 LABELS unit)
+  if(T_SHARED_LOG)
+    list(APPEND properties RESOURCE_LOCK tavro_shared_log)
+  endif()
   gtest_discover_tests(${T_NAME}
     DISCOVERY_MODE PRE_TEST
     DISCOVERY_TIMEOUT 120
-    PROPERTIES TIMEOUT 120 LABELS unit)
+    PROPERTIES ${properties})
 endfunction()

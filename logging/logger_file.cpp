@@ -8,6 +8,7 @@
 
 #include "Logger.h"
 #include "logging/event_log_report.h"
+#include "logging/free_space_probe.h"
 #include "logging/log_stream.h"
 #include "logging/logger_process_state.h"
 #include "platform/event_log.h"
@@ -43,7 +44,7 @@ std::wstring Backup(const wchar_t* path, long number) {
 
 // Free bytes for the caller on the volume of `location`, reported once and taken as 0 on failure.
 bool FreeSpace(const wchar_t* location, unsigned long long& freeBytes) {
-  if (platform::FreeDiskSpace(location, freeBytes)) return true;
+  if (internal::ProbeFreeDiskSpace(location, freeBytes)) return true;
   ReportOnce(ProcessState().diskSpaceErrorReported, L"Error checking disk free space");
   freeBytes = 0;
   return false;

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "logging/free_space_probe.h"
 #include "logging/logger_fixture.h"
 
 namespace Tavro_KVO_Util {
@@ -112,6 +113,36 @@ TEST_F(LoggerFile, DeleteModeDropsTheOldestBackupPerEntryAndStartsAFreshFile) {
   EXPECT_FALSE(std::filesystem::exists(Backup(1)));
   EXPECT_EQ(Lines(Backup(2)), std::vector<std::wstring>{L"current"});
   EXPECT_FALSE(std::filesystem::exists(Backup(3)));
+}
+
+TEST_F(LoggerFile, FreeSpaceExactlyAtTheMinimumIsTooLittle) {
+  internal::FreeSpaceForTesting freeSpace(5000000);
+  WriteConfig({{L"ThresholdExceeded", L"pauseLogging"}, {L"FreeSpaceMinimum", L"5000000"}});
+  Logger& logger = TheLogger();  // making the logger checks the space first and starts the episode
+  logger.Log(L"A", 4, L"dropped at the minimum", L".\\t.cpp", 1);
+  EXPECT_EQ(
+      EventMessages(),
+      std::vector<std::wstring>{L"Not enough disk space for logging, will pause until space made available"});
+  EXPECT_FALSE(std::filesystem::exists(LogFile()));
+
+  freeSpace.Set(5000001);  // one byte more than the minimum is enough
+  logger.Log(L"A", 4, L"written one byte above", L".\\t.cpp", 1);
+  EXPECT_EQ(Lines(), std::vector<std::wstring>{L"I A written one byte above"});
+  EXPECT_EQ(EventMessages().size(), 1u);
+}
+
+TEST_F(LoggerFile, DeleteModeAtExactlyTheMinimumDeletesTheOldestBackup) {
+  internal::FreeSpaceForTesting freeSpace(7000);
+  WriteConfig({{L"MaxLogFileBackups", L"2"}, {L"FreeSpaceMinimum", L"7000"}});
+  WriteFullLog(L"current");
+  WriteBackup(1, L"old one");
+  WriteBackup(2, L"old two");
+  TheLogger();  // making the logger checks the space: backup 2 goes, 1 becomes 2, the file 1
+  EXPECT_EQ(Lines(Backup(1)), std::vector<std::wstring>{L"current"});
+  EXPECT_EQ(Lines(Backup(2)), std::vector<std::wstring>{L"old one"});
+  EXPECT_EQ(EventMessages(),
+            std::vector<std::wstring>{L"Not enough disk space for logging, will try to free up "
+                                      L"enough disk space to continue"});
 }
 
 TEST_F(LoggerFile, LocationOfSeveralMissingDirectoriesIsMadeWhole) {
