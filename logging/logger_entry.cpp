@@ -1,5 +1,7 @@
 // Logger: building an entry from the template and appending it under the machine-wide mutex.
+#include <cstdint>
 #include <cwchar>
+#include <optional>
 #include <string>
 
 #include "Logger.h"
@@ -60,28 +62,62 @@ std::wstring MessageText(const wchar_t* message) {
   return std::wstring(message, length <= kValueLimit ? length : length - 1);
 }
 
-// Replaces the first occurrence of `token` in `text`, if any.
-void SubstituteFirst(std::wstring& text, const wchar_t* token, const std::wstring& value) {
+// Replaces the first occurrence of `token` in `text`, if any, with `value()`. The value is made
+// only when the token is there: the session id ("%s", which most templates leave out) costs a
+// system call per entry.
+template <typename MakeValue>
+void SubstituteFirst(std::wstring& text, const wchar_t* token, MakeValue value) {
   const std::size_t at = text.find(token);
-  if (at != std::wstring::npos) text.replace(at, 2, value);
+  if (at != std::wstring::npos) text.replace(at, 2, value());
 }
+
+// The path of the main executable, remembered by each thread: it cannot change while the process
+// runs, and looking it up for every entry cost about a tenth of a written entry on Linux. Per
+// thread, so that no lock is needed (a lock another thread holds when the process forks stays
+// held in the child); keyed by the process id, so that a forked child looks it up again. Failures
+// and paths too long for the buffer are not kept but looked up with every entry, as before. On
+// Linux a program whose file is renamed or deleted keeps the path it was started from, as Windows
+// names the module it loaded. Plain data: a thread-local destructor in a library that may be
+// unloaded before its threads end is not safe on every platform.
+constexpr std::size_t kProcessNameCapacity = 261;
+
+struct RememberedProcessPath {
+  bool valid;
+  std::uint32_t process;
+  std::size_t length;
+  wchar_t path[kProcessNameCapacity];
+};
+
+thread_local RememberedProcessPath tProcessPath{};
 
 }  // namespace
 
 void Logger::ProcessPathByPID(wchar_t* buffer, unsigned long size) const {
   if (buffer == nullptr || size == 0) return;
-  std::wstring path;
+  const std::uint32_t process = platform::CurrentProcessId();
+  RememberedProcessPath& remembered = tProcessPath;
   std::wstring name;
-  switch (platform::CurrentProcessPath(path)) {
-    case platform::ProcessPathResult::kFound:
-      name = path;
-      break;
-    case platform::ProcessPathResult::kNotOpened:
-      name = L"Undefined Process";
-      break;
-    case platform::ProcessPathResult::kModuleUnknown:
-      name = L"System";
-      break;
+  if (remembered.valid && remembered.process == process) {
+    name.assign(remembered.path, remembered.length);
+  } else {
+    std::wstring path;
+    switch (platform::CurrentProcessPath(path)) {
+      case platform::ProcessPathResult::kFound:
+        name = path;
+        if (path.size() < kProcessNameCapacity) {
+          path.copy(remembered.path, path.size());
+          remembered.length = path.size();
+          remembered.process = process;
+          remembered.valid = true;
+        }
+        break;
+      case platform::ProcessPathResult::kNotOpened:
+        name = L"Undefined Process";
+        break;
+      case platform::ProcessPathResult::kModuleUnknown:
+        name = L"System";
+        break;
+    }
   }
   const std::size_t length = std::min<std::size_t>(name.size(), size - 1);
   name.copy(buffer, length);
@@ -91,27 +127,34 @@ void Logger::ProcessPathByPID(wchar_t* buffer, unsigned long size) const {
 void Logger::ConstructLogEntry(std::wstring& entry, const wchar_t* area, int level, const wchar_t* message,
                                const wchar_t* data, const wchar_t* file, int line, const wchar_t* processName,
                                const wchar_t* threadId) const {
-  const platform::LocalTimeTexts now = platform::CurrentLocalTimeTexts();
-  std::uint32_t session = 0;
-  const std::wstring sessionText =
-      platform::CurrentSessionId(session) ? std::to_wstring(session) : std::wstring();
+  // The time is read once, when the first of its three tokens is met, so that time, date and zone
+  // always belong together.
+  std::optional<platform::LocalTimeTexts> now;
+  const auto time = [&now]() -> const platform::LocalTimeTexts& {
+    if (!now) now = platform::CurrentLocalTimeTexts();
+    return *now;
+  };
 
   // Each token is replaced at its first occurrence only, in this order, over the growing text:
   // a "%L" or "%s" inside the message is replaced too. Old log readers rely on both; keep them.
   std::wstring text = FormatString;
-  SubstituteFirst(text, L"%p", std::to_wstring(platform::CurrentProcessId()));
-  SubstituteFirst(text, L"%t", Limited(threadId, kValueLimit));
-  SubstituteFirst(text, L"%P", Limited(processName, kValueLimit));
-  SubstituteFirst(text, L"%T", Limited(now.time.c_str(), 100));
-  SubstituteFirst(text, L"%D", Limited(now.date.c_str(), 100));
-  SubstituteFirst(text, L"%Z", Limited(now.zone.c_str(), 100));
-  SubstituteFirst(text, L"%f", file != nullptr ? Limited(file, kValueLimit) : std::wstring(L" "));
-  SubstituteFirst(text, L"%l", std::to_wstring(line));
-  SubstituteFirst(text, L"%A", Limited(area, kValueLimit));
-  SubstituteFirst(text, L"%%", L"%%");
-  SubstituteFirst(text, L"%m", MessageText(message));
-  SubstituteFirst(text, L"%L", std::wstring(1, LevelName(level)[0]));
-  SubstituteFirst(text, L"%s", sessionText);
+  SubstituteFirst(text, L"%p", [] { return std::to_wstring(platform::CurrentProcessId()); });
+  SubstituteFirst(text, L"%t", [&] { return Limited(threadId, kValueLimit); });
+  SubstituteFirst(text, L"%P", [&] { return Limited(processName, kValueLimit); });
+  SubstituteFirst(text, L"%T", [&] { return Limited(time().time.c_str(), 100); });
+  SubstituteFirst(text, L"%D", [&] { return Limited(time().date.c_str(), 100); });
+  SubstituteFirst(text, L"%Z", [&] { return Limited(time().zone.c_str(), 100); });
+  SubstituteFirst(text, L"%f",
+                  [&] { return file != nullptr ? Limited(file, kValueLimit) : std::wstring(L" "); });
+  SubstituteFirst(text, L"%l", [&] { return std::to_wstring(line); });
+  SubstituteFirst(text, L"%A", [&] { return Limited(area, kValueLimit); });
+  SubstituteFirst(text, L"%%", [] { return std::wstring(L"%%"); });
+  SubstituteFirst(text, L"%m", [&] { return MessageText(message); });
+  SubstituteFirst(text, L"%L", [&] { return std::wstring(1, LevelName(level)[0]); });
+  SubstituteFirst(text, L"%s", [] {
+    std::uint32_t session = 0;
+    return platform::CurrentSessionId(session) ? std::to_wstring(session) : std::wstring();
+  });
 
   entry += text;
   if (data != nullptr) {
@@ -168,6 +211,8 @@ void Logger::Log_Info(const wchar_t* entry) {
     return;
   }
   std::string bytes;
+  // Two bytes a character and the line end; characters beyond 16 bits (Linux) only grow it again.
+  bytes.reserve(2 * (std::wcslen(entry) + 2));
   AppendUtf16Le(bytes, entry);
   AppendUtf16Le(bytes, L"\r\n");
   file.Append(bytes);

@@ -21,11 +21,12 @@ cmake --preset windows >/dev/null
 cmake --build --preset windows -j"$jobs"
 scripts/with-wineserver.sh build/windows/wineprefix ctest --preset windows -j"$jobs"
 
-step "bench: build and smoke-run (ratios are measured with bench/crc_ratios.py, see README)"
+step "bench: build and smoke-run (ratios are measured with bench/*_ratios.py, see README)"
 cmake --preset bench >/dev/null
 cmake --build --preset bench -j"$jobs"
 build/bench/bin/crc_bench --benchmark_min_time=0.01 >/dev/null
 build/bench/bin/config_bench --benchmark_min_time=0.01 >/dev/null
+build/bench/bin/logger_bench --benchmark_min_time=0.01 >/dev/null
 
 step "fuzz: each fuzzer for ${TAVRO_FUZZ_SECONDS:-60} s (a crash, leak, hang or OOM fails)"
 scripts/run-fuzzers.sh "${TAVRO_FUZZ_SECONDS:-60}"

@@ -2,7 +2,11 @@
 
 #include <time.h>
 
+#include <atomic>
 #include <cstdio>
+#include <cstdlib>
+#include <mutex>
+#include <string>
 
 #include "platform/posix/utf8.h"
 
@@ -15,14 +19,32 @@ std::wstring Format(const char* format, const tm& parts) {
   return Utf8ToWide(std::string(buffer, length));
 }
 
+// localtime_r alone reads TZ and /etc/localtime only once per process; tzset looks again. It
+// costs a file status call, a tenth of a log entry, so it runs when TZ changes and otherwise at
+// most once a second: a change of zone shows in the entries of the next second.
+void RefreshZoneIfStale(time_t now) {
+  static std::atomic<time_t> lastRefresh{0};
+  static std::mutex zoneVariableMutex;
+  static std::string lastZoneVariable;
+  bool zoneVariableChanged = false;
+  {
+    const std::lock_guard<std::mutex> lock(zoneVariableMutex);
+    const char* zone = std::getenv("TZ");
+    const std::string current = zone != nullptr ? std::string("=") + zone : std::string();
+    if (current != lastZoneVariable) {
+      lastZoneVariable = current;
+      zoneVariableChanged = true;
+    }
+  }
+  if (zoneVariableChanged || lastRefresh.exchange(now, std::memory_order_relaxed) != now) tzset();
+}
+
 }  // namespace
 
 LocalTimeTexts CurrentLocalTimeTexts() {
   timespec now{};
   clock_gettime(CLOCK_REALTIME, &now);
-  // localtime_r alone reads TZ and /etc/localtime only once per process; tzset looks again, so a
-  // change of zone shows in the next entry, as it does on Windows.
-  tzset();
+  RefreshZoneIfStale(now.tv_sec);
   tm parts{};
   localtime_r(&now.tv_sec, &parts);
 

@@ -27,11 +27,17 @@ bool WriteAll(int fd, const std::string& bytes) {
   return true;
 }
 
-// Opens for writing, creating when missing, and says which happened. O_EXCL first, because only
-// the process whose exclusive create succeeds can be sure the file is new.
+// Opens for writing, creating when missing, and says which happened. The create is exclusive,
+// because only the process whose exclusive create succeeds can be sure the file is new.
 UniqueFd OpenOrCreate(const std::string& path, bool& created) {
+  // The file exists for all entries but the first after a roll, so opening comes first.
   for (int attempt = 0; attempt < 3; ++attempt) {
-    UniqueFd fd(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+    UniqueFd fd(::open(path.c_str(), O_WRONLY | O_CLOEXEC));
+    if (fd || errno != ENOENT) {
+      created = false;
+      return fd;
+    }
+    fd.reset(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
     if (fd) {
       created = true;
       // The umask narrows 0666; every user's processes write the same log.
@@ -39,12 +45,7 @@ UniqueFd OpenOrCreate(const std::string& path, bool& created) {
       return fd;
     }
     if (errno != EEXIST) return fd;
-    fd.reset(::open(path.c_str(), O_WRONLY | O_CLOEXEC));
-    if (fd || errno != ENOENT) {
-      created = false;
-      return fd;
-    }
-    // Deleted between the two calls: try again.
+    // Made by another writer between the two calls: open it again.
   }
   return UniqueFd();
 }

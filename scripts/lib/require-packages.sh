@@ -22,4 +22,4 @@ require_packages() {
 WINDOWS_BUILD_PACKAGES=(cmake ninja-build g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 wine64 googletest)
 # What the Linux builds, tests, fuzzers and benchmarks add.
 HOST_TEST_PACKAGES=(g++ clang libclang-rt-14-dev googletest libbenchmark-dev zlib1g-dev
-                    libinih-dev pkgconf python3)
+                    libinih-dev liblog4cplus-dev pkgconf python3)
