@@ -27,6 +27,31 @@ main_job() {
   run_mvutil config get /Tavro/MedivaneSDK/Logging/NoSuchKey || echo "(exit code $?)"
   run_mvutil crc32 examples/check-123456789.txt "$install/Bin/TavroMedivane.cfg"
   run_mvutil crc16 examples/check-123456789.txt
+  log_job
 }
-export -f run_mvutil main_job
+log_job() {
+  # The shared log: kept in the install folder rather than in the working directory (the default).
+  local logs=$KVO_INSTALL_DIR/Logs
+  run_mvutil config set /Tavro/MedivaneSDK/Logging/LogFileLocation "$logs"
+  run_mvutil log --area main-job --level WARN --data "KVO_INSTALL_DIR=$KVO_INSTALL_DIR" "log demonstration"
+  # Several programs writing at once: four processes of five entries each. The machine-wide log
+  # mutex keeps every entry whole and on its own line.
+  echo "\$ mvutil log --area writerN \"entry I from writer N\"   (writers 1-4 at once, 5 entries each)"
+  local writer
+  for writer in 1 2 3 4; do
+    (for entry in 1 2 3 4 5; do
+       cmake/wine/wine-run.sh build/windows/wineprefix build/windows/bin/mvutil.exe \
+         log --area "writer$writer" "entry $entry from writer $writer"
+     done) &
+  done
+  wait
+  run_mvutil tail -n 40
+  run_mvutil tail -n 2 --area writer3
+  local written
+  written=$(cmake/wine/wine-run.sh build/windows/wineprefix build/windows/bin/mvutil.exe tail -n 40 --level INFO |
+            grep -c ' writer[1-4] .* entry [1-5] from writer [1-4]' || true)
+  echo "($written of 20 writer entries in $logs/KVO.log)"
+  [ "$written" -eq 20 ]
+}
+export -f run_mvutil main_job log_job
 scripts/with-wineserver.sh build/windows/wineprefix bash -c main_job

@@ -3,6 +3,8 @@
 #include "command.h"
 #include "config_command.h"
 #include "crc_commands.h"
+#include "log_command.h"
+#include "tail_command.h"
 
 namespace mvutil {
 namespace {
@@ -29,6 +31,8 @@ const std::vector<Command>& AllCommands() {
       {"crc32", "CRC-32 (ISO-HDLC) of files or standard input", kCrc32Usage, RunCrc32Command},
       {"crc16", "CRC-16/USB of files or standard input", kCrc16Usage, RunCrc16Command},
       {"config", "read and change the shared configuration file", kConfigUsage, RunConfigCommand},
+      {"log", "write one entry to the shared log", kLogUsage, RunLogCommand},
+      {"tail", "print the last entries of the shared log, and follow it", kTailUsage, RunTailCommand},
   };
   return kCommands;
 }

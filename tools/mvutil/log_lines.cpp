@@ -1,0 +1,78 @@
+#include "log_lines.h"
+
+namespace mvutil {
+namespace {
+
+constexpr char32_t kReplacement = 0xFFFD;
+
+bool IsLineEndAt(std::string_view bytes, std::size_t at) {
+  return at + kLineEndSize <= bytes.size() && bytes[at] == '\r' && bytes[at + 1] == '\0' &&
+         bytes[at + 2] == '\n' && bytes[at + 3] == '\0';
+}
+
+unsigned Unit(std::string_view bytes, std::size_t at) {
+  return static_cast<unsigned char>(bytes[at]) |
+         (static_cast<unsigned>(static_cast<unsigned char>(bytes[at + 1])) << 8);
+}
+
+void AppendUtf8(std::string& out, char32_t cp) {
+  if (cp < 0x80) {
+    out.push_back(static_cast<char>(cp));
+  } else if (cp < 0x800) {
+    out.push_back(static_cast<char>(0xC0 | (cp >> 6)));
+    out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
+  } else if (cp < 0x10000) {
+    out.push_back(static_cast<char>(0xE0 | (cp >> 12)));
+    out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
+    out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
+  } else {
+    out.push_back(static_cast<char>(0xF0 | (cp >> 18)));
+    out.push_back(static_cast<char>(0x80 | ((cp >> 12) & 0x3F)));
+    out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
+    out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
+  }
+}
+
+}  // namespace
+
+std::size_t FindLineEnd(std::string_view bytes, std::size_t from) {
+  for (std::size_t at = from + (from & 1); at + kLineEndSize <= bytes.size(); at += 2) {
+    if (IsLineEndAt(bytes, at)) return at;
+  }
+  return std::string_view::npos;
+}
+
+std::size_t FindLineEndBefore(std::string_view bytes, std::size_t before) {
+  if (before > bytes.size()) before = bytes.size();
+  for (std::size_t at = before & ~static_cast<std::size_t>(1); at >= 2;) {
+    at -= 2;
+    if (IsLineEndAt(bytes, at)) return at;
+  }
+  return std::string_view::npos;
+}
+
+std::size_t ByteOrderMarkSize(std::string_view bytes) {
+  return bytes.size() >= 2 && bytes[0] == '\xFF' && bytes[1] == '\xFE' ? 2 : 0;
+}
+
+std::string Utf16LeToUtf8(std::string_view bytes) {
+  std::string out;
+  out.reserve(bytes.size() / 2);
+  std::size_t at = 0;
+  for (; at + 2 <= bytes.size(); at += 2) {
+    const unsigned unit = Unit(bytes, at);
+    if (unit >= 0xD800 && unit <= 0xDBFF && at + 4 <= bytes.size()) {
+      const unsigned low = Unit(bytes, at + 2);
+      if (low >= 0xDC00 && low <= 0xDFFF) {
+        AppendUtf8(out, 0x10000 + ((static_cast<char32_t>(unit) - 0xD800) << 10) + (low - 0xDC00));
+        at += 2;
+        continue;
+      }
+    }
+    AppendUtf8(out, unit >= 0xD800 && unit <= 0xDFFF ? kReplacement : static_cast<char32_t>(unit));
+  }
+  if (at < bytes.size()) AppendUtf8(out, kReplacement);
+  return out;
+}
+
+}  // namespace mvutil
