@@ -1,5 +1,7 @@
 #include "log_lines.h"
 
+#include "wide_text.h"
+
 namespace mvutil {
 namespace {
 
@@ -13,24 +15,6 @@ bool IsLineEndAt(std::string_view bytes, std::size_t at) {
 unsigned Unit(std::string_view bytes, std::size_t at) {
   return static_cast<unsigned char>(bytes[at]) |
          (static_cast<unsigned>(static_cast<unsigned char>(bytes[at + 1])) << 8);
-}
-
-void AppendUtf8(std::string& out, char32_t cp) {
-  if (cp < 0x80) {
-    out.push_back(static_cast<char>(cp));
-  } else if (cp < 0x800) {
-    out.push_back(static_cast<char>(0xC0 | (cp >> 6)));
-    out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-  } else if (cp < 0x10000) {
-    out.push_back(static_cast<char>(0xE0 | (cp >> 12)));
-    out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
-    out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-  } else {
-    out.push_back(static_cast<char>(0xF0 | (cp >> 18)));
-    out.push_back(static_cast<char>(0x80 | ((cp >> 12) & 0x3F)));
-    out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
-    out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
-  }
 }
 
 }  // namespace

@@ -13,6 +13,9 @@ std::wstring Utf8ToWide(const std::string& utf8);
 // Lone surrogates become U+FFFD.
 std::string WideToUtf8(const std::wstring& wide);
 
+// Appends the UTF-8 bytes of one code point.
+void AppendUtf8(std::string& out, char32_t cp);
+
 }  // namespace mvutil
 
 #endif  // MVUTIL_WIDE_TEXT_H
