@@ -18,6 +18,7 @@
 #include "support/config_file.h"
 #include "support/environment.h"
 #include "support/file_times.h"
+#include "support/log_lines.h"
 #include "support/temp_dir.h"
 
 namespace Tavro_KVO_Util {
@@ -99,22 +100,7 @@ class LoggerTest : public ::testing::Test {
   std::filesystem::path LogFile() const { return LogDirectory() / "test.log"; }
 
   // The log's lines without their CR LF; the byte-order mark is checked separately.
-  static std::vector<std::wstring> Lines(const std::filesystem::path& file) {
-    const std::string bytes = ReadBytes(file);
-    std::size_t at = bytes.compare(0, 2, "\xFF\xFE") == 0 ? 2 : 0;
-    std::wstring text;
-    for (; at + 1 < bytes.size(); at += 2) {
-      text.push_back(static_cast<wchar_t>(static_cast<unsigned char>(bytes[at]) |
-                                          (static_cast<unsigned char>(bytes[at + 1]) << 8)));
-    }
-    std::vector<std::wstring> lines;
-    std::size_t start = 0;
-    for (std::size_t end; (end = text.find(L"\r\n", start)) != std::wstring::npos; start = end + 2) {
-      lines.push_back(text.substr(start, end - start));
-    }
-    EXPECT_EQ(start, text.size()) << "the log does not end with CR LF";
-    return lines;
-  }
+  static std::vector<std::wstring> Lines(const std::filesystem::path& file) { return ReadLogLines(file); }
   std::vector<std::wstring> Lines() const { return Lines(LogFile()); }
 
   std::vector<std::wstring> EventMessages() const { return mEvents.Messages(); }

@@ -23,6 +23,7 @@
 #include "support/config_file.h"
 #include "support/environment.h"
 #include "support/file_times.h"
+#include "support/log_lines.h"
 #include "tail_command.h"
 
 namespace mvutil::testing {
@@ -135,20 +136,7 @@ class MvutilLogTest : public ::testing::Test {
 
   // The log's bytes as lines, without the byte-order mark and CR LF.
   static std::vector<std::wstring> Lines(const std::filesystem::path& file) {
-    const std::string bytes = support::ReadBytes(file);
-    std::size_t at = bytes.compare(0, 2, "\xFF\xFE") == 0 ? 2 : 0;
-    std::wstring text;
-    for (; at + 1 < bytes.size(); at += 2) {
-      text.push_back(static_cast<wchar_t>(static_cast<unsigned char>(bytes[at]) |
-                                          (static_cast<unsigned char>(bytes[at + 1]) << 8)));
-    }
-    std::vector<std::wstring> lines;
-    std::size_t start = 0;
-    for (std::size_t end; (end = text.find(L"\r\n", start)) != std::wstring::npos; start = end + 2) {
-      lines.push_back(text.substr(start, end - start));
-    }
-    EXPECT_EQ(start, text.size()) << "the log does not end with CR LF";
-    return lines;
+    return support::ReadLogLines(file);
   }
 
   // Runs `mvutil ARGS...` in-process.
