@@ -1,11 +1,16 @@
 // TavroMedivaneUtil: the shared utility library of the point-of-care tablet's programs.
 //
 // Including this header gives every exported class. Each class also has a header of its own.
-// Everything lives in namespace Tavro_KVO_Util. No function of the library throws, with the
-// single exception of OsAutoLock's constructor (see OsAutoLock.h).
+// Everything lives in namespace Tavro_KVO_Util except mvButtonType, which the button-handling
+// programs share. No function of the library throws, with the single exception of OsAutoLock's
+// constructor (see OsAutoLock.h).
 #ifndef TAVROMEDIVANEUTIL_H
 #define TAVROMEDIVANEUTIL_H
 
+#include "ButtonActionInfo.h"
+#include "ButtonActionInfoList.h"
+#include "ButtonActionInfoPid.h"
+#include "ButtonActionInfoPidList.h"
 #include "CFGStatus.h"
 #include "CRC16.h"
 #include "Config.h"
@@ -16,5 +21,6 @@
 #include "OsCriticalSection.h"
 #include "OsLockableObject.h"
 #include "TavroMedivaneUtilExport.h"
+#include "mvButtonType.h"
 
 #endif  // TAVROMEDIVANEUTIL_H

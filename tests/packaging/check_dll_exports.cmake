@@ -32,7 +32,24 @@ set(expected
   "Tavro_KVO_Util::Logger::GetInstance()"
   "Tavro_KVO_Util::Logger::LogFmt(wchar_t const*, int, wchar_t const*, int, wchar_t const*, ...)"
   "Tavro_KVO_Util::Logger::Log(unsigned short const*, int, unsigned short const*, unsigned short const*, int)"
-  "Tavro_KVO_Util::Logger::LogLong(unsigned short const*, int, unsigned short const*, long, unsigned short const*, int)")
+  "Tavro_KVO_Util::Logger::LogLong(unsigned short const*, int, unsigned short const*, long, unsigned short const*, int)"
+  "Tavro_KVO_Util::ButtonActionInfoList::ButtonActionInfoList()"
+  "Tavro_KVO_Util::ButtonActionInfoList::~ButtonActionInfoList()"
+  "Tavro_KVO_Util::ButtonActionInfoList::Add(Tavro_KVO_Util::ButtonActionInfo const&)"
+  "Tavro_KVO_Util::ButtonActionInfoList::Remove(HWND__*, mvButtonType)"
+  "Tavro_KVO_Util::ButtonActionInfoList::Get(HWND__*, mvButtonType, Tavro_KVO_Util::ButtonActionInfo&) const"
+  "Tavro_KVO_Util::ButtonActionInfoList::Get(HWND__*, std::vector<Tavro_KVO_Util::ButtonActionInfo"
+  "Tavro_KVO_Util::ButtonActionInfoList::GetReport(wchar_t*, unsigned long)"
+  "Tavro_KVO_Util::ButtonActionInfoList::GetCount() const"
+  "Tavro_KVO_Util::ButtonActionInfoPidList::ButtonActionInfoPidList()"
+  "Tavro_KVO_Util::ButtonActionInfoPidList::~ButtonActionInfoPidList()"
+  "Tavro_KVO_Util::ButtonActionInfoPidList::Add(Tavro_KVO_Util::ButtonActionInfoPid const&)"
+  "Tavro_KVO_Util::ButtonActionInfoPidList::Remove(unsigned long, mvButtonType)"
+  "Tavro_KVO_Util::ButtonActionInfoPidList::Get(unsigned long, mvButtonType, Tavro_KVO_Util::ButtonActionInfoPid&) const"
+  "Tavro_KVO_Util::ButtonActionInfoPidList::Get(unsigned long, std::vector<Tavro_KVO_Util::ButtonActionInfoPid"
+  "Tavro_KVO_Util::ButtonActionInfoPidList::Get(std::vector<Tavro_KVO_Util::ButtonActionInfoPid"
+  "Tavro_KVO_Util::ButtonActionInfoPidList::GetReport(wchar_t*, unsigned long)"
+  "Tavro_KVO_Util::ButtonActionInfoPidList::GetCount() const")
 # The plain function keeps its undecorated name for callers that cannot use the classes.
 if(NOT table MATCHES "[ \t]MV_LogFmt\r?\n")
   message(SEND_ERROR "MV_LogFmt is not exported under its plain name")
