@@ -16,6 +16,7 @@
 #include "Config.h"
 #include "Crc32.h"
 #include "FileModTime.h"
+#include "KeyPressSimulator.h"
 #include "Logger.h"
 #include "OsAutoLock.h"
 #include "OsCriticalSection.h"

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Builds the libFuzzer targets (preset "fuzz": clang, AddressSanitizer, UndefinedBehaviorSanitizer)
-# and runs each for SECONDS (default 60), starting from the committed seeds in fuzz/corpus/config.
+# and runs each for SECONDS (default 60), starting from the committed seeds in fuzz/corpus/config
+# (the configuration fuzzers) or fuzz/corpus/keys (the key press string fuzzer).
 #
 #   scripts/run-fuzzers.sh [SECONDS]
 #
@@ -14,7 +15,7 @@ cd "$(dirname "$0")/.."
 
 seconds=${1:-60}
 jobs=${TAVRO_JOBS:-2}
-fuzzers=(config_parse_fuzzer config_write_fuzzer)
+fuzzers=(config_parse_fuzzer config_write_fuzzer key_string_fuzzer)
 
 cmake --preset fuzz >/dev/null
 cmake --build --preset fuzz -j"$jobs" --target fuzzers
@@ -29,10 +30,14 @@ for fuzzer in "${fuzzers[@]}"; do
   work=$scratch/$fuzzer
   mkdir -p "$work/corpus" "$work/artifacts" "$work/tmp"
   printf '\n==== %s: %s s ====\n' "$fuzzer" "$seconds"
+  case $fuzzer in
+    key_*) seeds=fuzz/corpus/keys dict=fuzz/keys.dict ;;
+    *) seeds=fuzz/corpus/config dict=fuzz/config.dict ;;
+  esac
   status=0
   # The first corpus directory receives new entries; the committed seeds come second, read only.
-  TMPDIR=$work/tmp "build/fuzz/bin/$fuzzer" "$work/corpus" fuzz/corpus/config \
-    -dict=fuzz/config.dict \
+  TMPDIR=$work/tmp "build/fuzz/bin/$fuzzer" "$work/corpus" "$seeds" \
+    -dict="$dict" \
     -max_total_time="$seconds" \
     -max_len=65536 \
     -timeout=10 \

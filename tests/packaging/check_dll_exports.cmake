@@ -49,7 +49,11 @@ set(expected
   "Tavro_KVO_Util::ButtonActionInfoPidList::Get(unsigned long, std::vector<Tavro_KVO_Util::ButtonActionInfoPid"
   "Tavro_KVO_Util::ButtonActionInfoPidList::Get(std::vector<Tavro_KVO_Util::ButtonActionInfoPid"
   "Tavro_KVO_Util::ButtonActionInfoPidList::GetReport(wchar_t*, unsigned long)"
-  "Tavro_KVO_Util::ButtonActionInfoPidList::GetCount() const")
+  "Tavro_KVO_Util::ButtonActionInfoPidList::GetCount() const"
+  "Tavro_KVO_Util::KeyPressSimulator::DoSimulation()"
+  "Tavro_KVO_Util::KeyPressSimulator::ValidateInputString(std::__cxx11::basic_string<wchar_t"
+  "Tavro_KVO_Util::KeyPressSimulator::KeyPressSimulator(std::__cxx11::basic_string<wchar_t"
+  "Tavro_KVO_Util::KeyPressSimulator::~KeyPressSimulator()")
 # The plain function keeps its undecorated name for callers that cannot use the classes.
 if(NOT table MATCHES "[ \t]MV_LogFmt\r?\n")
   message(SEND_ERROR "MV_LogFmt is not exported under its plain name")

@@ -3,6 +3,7 @@
 #include "command.h"
 #include "config_command.h"
 #include "crc_commands.h"
+#include "keys_command.h"
 #include "log_command.h"
 #include "tail_command.h"
 
@@ -33,6 +34,7 @@ const std::vector<Command>& AllCommands() {
       {"config", "read and change the shared configuration file", kConfigUsage, RunConfigCommand},
       {"log", "write one entry to the shared log", kLogUsage, RunLogCommand},
       {"tail", "print the last entries of the shared log, and follow it", kTailUsage, RunTailCommand},
+      {"keys", "check, show and send key press strings", kKeysUsage, RunKeysCommand},
   };
   return kCommands;
 }
