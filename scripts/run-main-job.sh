@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # The main job: builds TavroMedivaneUtil.dll and mvutil.exe for Windows and runs mvutil under
-# Wine on the sample files in examples/.
+# Wine on the sample files in examples/: configuration, checksums, key press strings, and the shared
+# log written by several processes at once.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 source scripts/lib/require-packages.sh
@@ -27,6 +28,9 @@ main_job() {
   run_mvutil config get /Tavro/MedivaneSDK/Logging/NoSuchKey || echo "(exit code $?)"
   run_mvutil crc32 examples/check-123456789.txt "$install/Bin/TavroMedivane.cfg"
   run_mvutil crc16 examples/check-123456789.txt
+  run_mvutil keys check '{CONTROL}+{ALT}+d'
+  run_mvutil keys check 'a b' || echo "(exit code $?)"
+  run_mvutil keys show '{CONTROL}+{ALT}+d'
   log_job
 }
 log_job() {
