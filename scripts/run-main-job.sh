@@ -28,10 +28,12 @@ main_job() {
   run_mvutil config get /Tavro/MedivaneSDK/Logging/NoSuchKey || echo "(exit code $?)"
   run_mvutil crc32 examples/check-123456789.txt "$install/Bin/TavroMedivane.cfg"
   run_mvutil crc16 examples/check-123456789.txt
+  log_job
+  # Key press strings; the reasons a string is refused go to the log set up above.
   run_mvutil keys check '{CONTROL}+{ALT}+d'
   run_mvutil keys check 'a b' || echo "(exit code $?)"
   run_mvutil keys show '{CONTROL}+{ALT}+d'
-  log_job
+  run_mvutil tail -n 2 --area mvutil
 }
 log_job() {
   # The shared log: kept in the install folder rather than in the working directory (the default).
