@@ -4,7 +4,8 @@
 // "SYSTEM\\CurrentControlSet\\Services\\Eventlog\\Application\\<source>" with "EventMessageFile"
 // (the library's own module path) and "TypesSupported" 31 before every report; without the
 // rights to do that nothing is reported. Records carry category 0, event id 1 and the message
-// as the one insertion string. Linux: syslog, with the source name as ident.
+// as the one insertion string. Linux: one syslog record (facility user, priority err, warning or
+// info, the source name as ident, with the process id) sent to the syslog daemon's socket.
 #ifndef TAVROMEDIVANEUTIL_PLATFORM_EVENT_LOG_H
 #define TAVROMEDIVANEUTIL_PLATFORM_EVENT_LOG_H
 
@@ -17,7 +18,9 @@ constexpr unsigned short kEventError = 1;
 constexpr unsigned short kEventWarning = 2;
 constexpr unsigned short kEventInformation = 4;
 
-// Writes one record. False when nothing could be reported (never visible to the logger's callers).
+// Writes one record. False when nothing could be reported: on Windows when the source cannot be
+// registered or the system refuses the record, on Linux when no syslog daemon takes the record
+// (never visible to the logger's callers).
 bool ReportEvent(const std::wstring& source, const std::wstring& message, unsigned short eventType);
 
 }  // namespace Tavro_KVO_Util::platform

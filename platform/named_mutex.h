@@ -23,7 +23,8 @@ enum class WaitResult {
 // What happened while creating the mutex, for the caller's reports.
 struct NamedMutexCreation {
   bool securityDescriptorFailed = false;  // created with default security instead
-  bool createFailed = false;              // the create call failed (the open may still succeed)
+  bool createFailed = false;              // the create call failed (the open may still succeed);
+                                          // POSIX: no segment could be made or opened
   bool alreadyExisted = false;            // the failure was "already exists"
 };
 
@@ -51,6 +52,19 @@ class NamedMutex {
 
  private:
   void* mHandle;  // a HANDLE, or the mapped shared mutex
+};
+
+// Test seam: while an object of this class lives, Create on Windows proceeds as if the security
+// descriptor with the null DACL could not be made: the mutex gets default security and
+// `securityDescriptorFailed` is set. InitializeSecurityDescriptor fails only for a wrong revision,
+// so no real fault can reach that path. POSIX shared memory has no descriptor; there it changes
+// nothing. Not nestable.
+class SecurityDescriptorFailureForTesting {
+ public:
+  SecurityDescriptorFailureForTesting();
+  ~SecurityDescriptorFailureForTesting();
+  SecurityDescriptorFailureForTesting(const SecurityDescriptorFailureForTesting&) = delete;
+  SecurityDescriptorFailureForTesting& operator=(const SecurityDescriptorFailureForTesting&) = delete;
 };
 
 }  // namespace Tavro_KVO_Util::platform

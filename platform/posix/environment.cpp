@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 
-#include "platform/posix/utf8.h"
+#include "platform/utf8.h"
 
 namespace Tavro_KVO_Util::platform {
 

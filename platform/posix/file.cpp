@@ -7,7 +7,8 @@
 #include <cerrno>
 
 #include "platform/posix/unique_fd.h"
-#include "platform/posix/utf8.h"
+#include "platform/posix/write_all.h"
+#include "platform/utf8.h"
 
 namespace Tavro_KVO_Util::platform {
 
@@ -61,15 +62,10 @@ bool WriteWholeFile(const std::wstring& path, const std::string& bytes, int& err
     error = errno;
     return false;
   }
-  std::size_t done = 0;
-  while (done < bytes.size()) {
-    const ssize_t put = ::write(fd.get(), bytes.data() + done, bytes.size() - done);
-    if (put < 0) {
-      if (errno == EINTR) continue;
-      error = errno;
-      return false;
-    }
-    done += static_cast<std::size_t>(put);
+  std::size_t written = 0;
+  if (!WriteAll(fd.get(), bytes.data(), bytes.size(), written)) {
+    error = errno;
+    return false;
   }
   if (::close(fd.release()) != 0) {
     error = errno;

@@ -17,7 +17,6 @@
 #include <utility>
 
 #include "platform/posix/unique_fd.h"
-#include "platform/posix/utf8.h"
 
 namespace Tavro_KVO_Util::platform {
 namespace {
@@ -246,6 +245,10 @@ constexpr unsigned kInfinite = 0xFFFFFFFFu;
 
 NamedMutex::NamedMutex() : mHandle(nullptr) {}
 
+// Nothing to fail here: shared memory has no security descriptor (see the header).
+SecurityDescriptorFailureForTesting::SecurityDescriptorFailureForTesting() = default;
+SecurityDescriptorFailureForTesting::~SecurityDescriptorFailureForTesting() = default;
+
 NamedMutex::~NamedMutex() {
   if (mHandle != nullptr) ReleaseMapping(AsMapping(mHandle));
 }
@@ -253,9 +256,11 @@ NamedMutex::~NamedMutex() {
 bool NamedMutex::Create(const std::wstring& name, NamedMutexCreation& creation) {
   if (mHandle != nullptr) ReleaseMapping(AsMapping(std::exchange(mHandle, nullptr)));
   // POSIX shared memory has no security descriptors and the segment is opened whether or not it
-  // exists, so `creation` has nothing to report: a failure is simply no handle.
+  // exists, so the only thing to report is a segment that could be neither made nor opened: the
+  // create failure, which HookMutex reports (without it the process would stop logging silently).
   creation = NamedMutexCreation();
   mHandle = AcquireMapping(SegmentName(name));
+  creation.createFailed = mHandle == nullptr;
   return mHandle != nullptr;
 }
 

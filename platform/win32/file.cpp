@@ -4,10 +4,9 @@
 
 #include "platform/file.h"
 
-#include <algorithm>
-
 #include "platform/win32/unique_handle.h"
 #include "platform/win32/windows_include.h"
+#include "platform/win32/write_all.h"
 
 namespace Tavro_KVO_Util::platform {
 
@@ -59,15 +58,10 @@ bool WriteWholeFile(const std::wstring& path, const std::string& bytes, int& err
     error = static_cast<int>(GetLastError());
     return false;
   }
-  std::size_t done = 0;
-  while (done < bytes.size()) {
-    const DWORD chunk = static_cast<DWORD>(std::min<std::size_t>(bytes.size() - done, 1u << 30));
-    DWORD put = 0;
-    if (!::WriteFile(file.get(), bytes.data() + done, chunk, &put, /*lpOverlapped=*/nullptr)) {
-      error = static_cast<int>(GetLastError());
-      return false;
-    }
-    done += put;
+  std::size_t written = 0;
+  if (!WriteAll(file.get(), bytes.data(), bytes.size(), written)) {
+    error = static_cast<int>(GetLastError());
+    return false;
   }
   if (!::CloseHandle(file.release())) {
     error = static_cast<int>(GetLastError());

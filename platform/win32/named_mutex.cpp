@@ -4,6 +4,7 @@
 
 #include "platform/named_mutex.h"
 
+#include <atomic>
 #include <utility>
 
 #include "platform/win32/null_dacl.h"
@@ -18,7 +19,17 @@ void CloseHeld(void*& handle) {
   if (handle != nullptr) UniqueHandle closing(std::exchange(handle, nullptr));
 }
 
+std::atomic<bool> gDescriptorFailsForTesting{false};
+
 }  // namespace
+
+SecurityDescriptorFailureForTesting::SecurityDescriptorFailureForTesting() {
+  gDescriptorFailsForTesting.store(true, std::memory_order_release);
+}
+
+SecurityDescriptorFailureForTesting::~SecurityDescriptorFailureForTesting() {
+  gDescriptorFailsForTesting.store(false, std::memory_order_release);
+}
 
 NamedMutex::NamedMutex() : mHandle(nullptr) {}
 
@@ -28,10 +39,13 @@ bool NamedMutex::Create(const std::wstring& name, NamedMutexCreation& creation) 
   CloseHeld(mHandle);
   creation = NamedMutexCreation();
   NullDaclAttributes security;
-  creation.securityDescriptorFailed = security.DescriptorFailed();
+  creation.securityDescriptorFailed =
+      security.DescriptorFailed() || gDescriptorFailsForTesting.load(std::memory_order_acquire);
+  // Without the descriptor the mutex gets default security (null attributes mean just that).
   // An existing mutex is opened by the same call (GetLastError() is then ERROR_ALREADY_EXISTS):
   // that is success, not a failure to report.
-  UniqueHandle mutex(CreateMutexW(security.get(), /*bInitialOwner=*/FALSE, name.c_str()));
+  UniqueHandle mutex(CreateMutexW(creation.securityDescriptorFailed ? nullptr : security.get(),
+                                  /*bInitialOwner=*/FALSE, name.c_str()));
   if (!mutex) {
     creation.createFailed = true;
     if (GetLastError() == ERROR_ALREADY_EXISTS) {

@@ -5,7 +5,9 @@
 #include "logging/library_log.h"
 #include "logging/log_levels.h"
 #include "support/environment.h"
+#include "support/local_file_time.h"
 
+#include <cstdio>
 #include <ctime>
 
 namespace Tavro_KVO_Util {
@@ -15,6 +17,21 @@ using internal::ReportRecorderForTesting;
 using testing::ConfigFileTest;
 
 class ConfigReload : public ConfigFileTest {};
+
+// The stamp the file's last-write time must give, from the local time the OS itself reports:
+// "dd:mm:yyyy:hh:mm:ss:ms", with blanks rather than zeros before single-digit seconds and
+// milliseconds.
+std::wstring ExpectedStamp(const std::filesystem::path& file) {
+  const testing::CalendarTime t = testing::LocalLastWrite(file);
+  wchar_t text[64];
+  std::swprintf(text, 64, L"%02d:%02d:%d:%02d:%02d:%2d:%2d", t.day, t.month, t.year, t.hour, t.minute,
+                t.second, t.millisecond);
+  return text;
+}
+
+// 25 November 2023, 20:07:05.004 UTC: a day that cannot pass for a month, single-digit seconds and
+// milliseconds, and late enough that zones more than four hours east are on the next day.
+constexpr testing::CalendarTime kLateInTheDayUtc{2023, 11, 25, 20, 7, 5, 4};
 
 TEST_F(ConfigReload, UnchangedFileIsNotParsedAgain) {
   WriteAnsi(L"a=1");
@@ -39,6 +56,7 @@ TEST_F(ConfigReload, TouchedFileIsParsedAgain) {
   std::wstring value;
   config->GetParameter(L"a", value);
   EXPECT_EQ(value, L"2");
+  EXPECT_EQ(ConfigTestPeer::Stamp(*config), ExpectedStamp(File()));
   const auto debug = recorder.Messages(internal::kLevelDebug);
   EXPECT_NE(
       std::find(debug.begin(), debug.end(), L"Time strings were different so return true to force reparse"),
@@ -85,24 +103,39 @@ TEST_F(ConfigReload, MissingFileReadsAsChangedAndFailureLeavesStoreEmptyUntilFil
   EXPECT_EQ(ConfigTestPeer::Map(*config).size(), 1u);
 }
 
+TEST_F(ConfigReload, StampIsTheLastWriteTimeInLocalTime) {
+  WriteAnsi(L"a=1");
+  testing::SetLastWriteUtc(File(), kLateInTheDayUtc);
+  const auto config = Open();
+  EXPECT_EQ(ConfigTestPeer::Stamp(*config), ExpectedStamp(File()));
+}
+
 TEST_F(ConfigReload, StampUsesBlankPaddedSecondsAndMilliseconds) {
   WriteAnsi(L"a=1");
+  testing::SetLastWriteUtc(File(), kLateInTheDayUtc);
   const auto config = Open();
   const std::wstring stamp = ConfigTestPeer::Stamp(*config);
-  // dd:mm:yyyy:hh:mm:ss:ms with blanks, not zeros, before single-digit seconds and milliseconds.
-  ASSERT_GE(stamp.size(), 19u) << std::string(stamp.begin(), stamp.end());
-  int day = 0, month = 0, year = 0, hour = 0, minute = 0, second = 0, milli = 0;
-  EXPECT_EQ(std::swscanf(stamp.c_str(), L"%d:%d:%d:%d:%d:%d:%d", &day, &month, &year, &hour, &minute, &second,
-                         &milli),
-            7);
-  wchar_t expected[64];
-  std::swprintf(expected, 64, L"%02d:%02d:%d:%02d:%02d:%2d:%2d", day, month, year, hour, minute, second,
-                milli);
-  EXPECT_EQ(stamp, expected);
+  ASSERT_GE(stamp.size(), 5u);
+  // Every zone is whole quarter hours away from UTC: the seconds and milliseconds stay 5 and 4.
+  EXPECT_EQ(stamp.substr(stamp.size() - 5), L" 5: 4");
 }
 
 #ifndef _WIN32
 // Linux only: the process's zone can be switched with TZ. (On Windows the zone is machine-wide.)
+TEST_F(ConfigReload, StampIsInTheZoneInForceNotInUtc) {
+  {
+    testing::ScopedEnvironmentVariable zone("TZ", std::string("IST-5:30"));
+    tzset();
+    WriteAnsi(L"a=1");
+    testing::SetLastWriteUtc(File(), kLateInTheDayUtc);
+    const auto config = Open();
+    // 20:07:05 UTC is 01:37:05 on the next day five and a half hours east.
+    EXPECT_EQ(ConfigTestPeer::Stamp(*config), L"26:11:2023:01:37: 5: 4");
+    EXPECT_EQ(ConfigTestPeer::Stamp(*config), ExpectedStamp(File()));
+  }
+  tzset();
+}
+
 TEST_F(ConfigReload, ChangingTheTimeZoneAloneIsNoChangeOfTheFile) {
   testing::ScopedEnvironmentVariable zone("TZ", std::string("UTC0"));
   tzset();

@@ -116,26 +116,33 @@ TEST_F(LoggerEntry, ErrorBelowFileThresholdGoesOnlyToTheEventLogWhenSystemLevelA
   EXPECT_TRUE(Lines().empty());
 }
 
+// Takes the machine-wide log mutex through a handle of its own, tells `held` whether it got it,
+// and keeps it until `release` is ready (1.5 s at most). `held` is set on every path: a holder
+// that fails must make the test fail, not leave it waiting for a lock that never comes.
+void HoldLogMutex(std::promise<bool>& held, std::future<void> release) {
+  platform::NamedMutex other;
+  platform::NamedMutexCreation creation;
+  const platform::WaitResult taken =
+      other.Create(HookMutex::kName, creation) ? other.Wait(1000) : platform::WaitResult::kFailed;
+  held.set_value(taken == platform::WaitResult::kAcquired);
+  if (taken == platform::WaitResult::kAcquired) release.wait_for(std::chrono::milliseconds(1500));
+  // An abandoned lock is this thread's now too.
+  if (taken == platform::WaitResult::kAcquired || taken == platform::WaitResult::kAbandoned) other.Release();
+}
+
 TEST_F(LoggerEntry, MutexHeldElsewhereDropsTheEntryWithTheTimeoutReport) {
   WriteConfig();
   Logger& logger = TheLogger();
   mEvents.Clear();  // making the logger reports the missing log file once
   logger.Log(L"A", 4, L"before", L".\\t.cpp", 1);
-  std::promise<void> held;
-  std::promise<void> done;
-  std::thread holder([&] {
-    platform::NamedMutex other;
-    platform::NamedMutexCreation creation;
-    ASSERT_TRUE(other.Create(HookMutex::kName, creation));
-    ASSERT_EQ(other.Wait(1000), platform::WaitResult::kAcquired);
-    held.set_value();
-    done.get_future().wait_for(std::chrono::milliseconds(1500));
-    other.Release();
-  });
-  held.get_future().wait();
-  logger.Log(L"A", 4, L"dropped", L".\\t.cpp", 1);
-  done.set_value();
+  std::promise<bool> held;
+  std::promise<void> release;
+  std::thread holder(HoldLogMutex, std::ref(held), release.get_future());
+  const bool holding = held.get_future().get();
+  if (holding) logger.Log(L"A", 4, L"dropped", L".\\t.cpp", 1);
+  release.set_value();
   holder.join();
+  ASSERT_TRUE(holding) << "the holder thread could not take the log mutex";
   logger.Log(L"A", 4, L"after", L".\\t.cpp", 1);
   EXPECT_EQ(Lines(), (std::vector<std::wstring>{L"I A before", L"I A after"}));
   EXPECT_EQ(EventMessages(),

@@ -1,11 +1,20 @@
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <sstream>
 #include <string>
 
 #include "command.h"
 #include "support/config_file.h"
 #include "support/temp_dir.h"
+
+#ifdef _WIN32
+#include "platform/win32/windows_include.h"
+#else
+#include <sys/resource.h>
+
+#include <csignal>
+#endif
 
 namespace mvutil {
 namespace {
@@ -18,6 +27,52 @@ struct Result {
   std::string out;
   std::string err;
 };
+
+// While alive, `file` can be read but not written, also by root or an administrator, whom
+// read-only permissions do not stop.
+#ifdef _WIN32
+// The file is held open by a handle that shares reading only, as another program that has it open
+// would.
+class WritesRefused {
+ public:
+  explicit WritesRefused(const std::filesystem::path& file)
+      : mHandle(CreateFileW(file.wstring().c_str(), GENERIC_READ, FILE_SHARE_READ,
+                            /*lpSecurityAttributes=*/nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL,
+                            /*hTemplateFile=*/nullptr)) {
+    EXPECT_NE(mHandle, INVALID_HANDLE_VALUE) << GetLastError();
+  }
+  ~WritesRefused() {
+    if (mHandle != INVALID_HANDLE_VALUE) CloseHandle(mHandle);
+  }
+  WritesRefused(const WritesRefused&) = delete;
+  WritesRefused& operator=(const WritesRefused&) = delete;
+
+ private:
+  const HANDLE mHandle;
+};
+#else
+// Linux has no share modes: instead the process may not grow any file past 16 bytes
+// (RLIMIT_FSIZE binds root too), as on a full disk. The write then fails with EFBIG; the signal
+// that would otherwise end the process is ignored meanwhile.
+class WritesRefused {
+ public:
+  explicit WritesRefused(const std::filesystem::path& /*file*/) : mOldSignal(std::signal(SIGXFSZ, SIG_IGN)) {
+    EXPECT_EQ(getrlimit(RLIMIT_FSIZE, &mOldLimit), 0);
+    const rlimit small{16, mOldLimit.rlim_max};
+    EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+  }
+  ~WritesRefused() {
+    setrlimit(RLIMIT_FSIZE, &mOldLimit);
+    std::signal(SIGXFSZ, mOldSignal);
+  }
+  WritesRefused(const WritesRefused&) = delete;
+  WritesRefused& operator=(const WritesRefused&) = delete;
+
+ private:
+  rlimit mOldLimit{};
+  void (*const mOldSignal)(int);
+};
+#endif
 
 class MvutilConfig : public ::testing::Test {
  protected:
@@ -87,12 +142,11 @@ TEST_F(MvutilConfig, SetWithEmptyKeyIsAUsageError) {
 }
 
 TEST_F(MvutilConfig, SetThatCannotBeWrittenFailsWithExitCodeFour) {
-  std::filesystem::permissions(std::filesystem::u8path(File()), std::filesystem::perms::owner_read,
-                               std::filesystem::perm_options::replace);
-  const Result result = Run({"set", "/Tavro/Ward", "other"});
-  std::filesystem::permissions(std::filesystem::u8path(File()), std::filesystem::perms::owner_all,
-                               std::filesystem::perm_options::replace);
-  if (result.code == 0) GTEST_SKIP() << "running with rights that ignore read-only files";
+  Result result;
+  {
+    const WritesRefused refused(std::filesystem::u8path(File()));
+    result = Run({"set", "/Tavro/Ward", "other"});
+  }
   EXPECT_EQ(result.code, 4);
   EXPECT_EQ(result.err, "mvutil config set: " + File() + ": the change could not be written (status -21)\n");
 }

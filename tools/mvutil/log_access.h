@@ -13,6 +13,10 @@
 #include <filesystem>
 #include <string>
 
+#ifdef _WIN32
+#include "platform/named_mutex.h"
+#endif
+
 namespace mvutil {
 
 // Which file a name stood for: renaming keeps it, a new file gets another. (Windows: volume serial
@@ -36,7 +40,10 @@ class LogReadLock {
   LogReadLock& operator=(const LogReadLock&) = delete;
 
  private:
-  [[maybe_unused]] void* mMutex;  // the mutex, open and owned (Windows); else null
+#ifdef _WIN32
+  Tavro_KVO_Util::platform::NamedMutex mMutex;  // the writers' mutex, by its name
+  bool mOwned = false;
+#endif
 };
 
 // What one look at a log file found.

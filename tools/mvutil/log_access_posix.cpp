@@ -13,7 +13,7 @@ namespace mvutil {
 
 using Tavro_KVO_Util::platform::UniqueFd;
 
-LogReadLock::LogReadLock() : mMutex(nullptr) {}
+LogReadLock::LogReadLock() = default;
 LogReadLock::~LogReadLock() = default;
 
 LogReadResult ReadLogSlice(const std::filesystem::path& path, std::uint64_t offset, std::size_t maxBytes,

@@ -13,27 +13,20 @@
 namespace mvutil {
 
 using Tavro_KVO_Util::platform::UniqueFileHandle;
-using Tavro_KVO_Util::platform::UniqueHandle;
 
-LogReadLock::LogReadLock() : mMutex(nullptr) {
-  // The library made the mutex when it loaded into this process, so opening it succeeds; the
-  // create is for a library that could not.
-  UniqueHandle mutex(OpenMutexW(SYNCHRONIZE | MUTEX_MODIFY_STATE, /*bInheritHandle=*/FALSE,
-                                Tavro_KVO_Util::HookMutex::kName));
-  if (!mutex) {
-    mutex.reset(CreateMutexW(/*lpMutexAttributes=*/nullptr, /*bInitialOwner=*/FALSE,
-                             Tavro_KVO_Util::HookMutex::kName));
-  }
-  if (!mutex) return;
-  const DWORD waited = WaitForSingleObject(mutex.get(), kWaitMilliseconds);
+LogReadLock::LogReadLock() {
+  // The library made the mutex when it loaded into this process, so this opens it; it creates it
+  // only for a library that could not.
+  Tavro_KVO_Util::platform::NamedMutexCreation creation;
+  if (!mMutex.Create(Tavro_KVO_Util::HookMutex::kName, creation)) return;
   // An abandoned mutex is ours now like a signalled one. Without it the read goes ahead alone.
-  if (waited == WAIT_OBJECT_0 || waited == WAIT_ABANDONED) mMutex = mutex.release();
+  const Tavro_KVO_Util::platform::WaitResult waited = mMutex.Wait(kWaitMilliseconds);
+  mOwned = waited == Tavro_KVO_Util::platform::WaitResult::kAcquired ||
+           waited == Tavro_KVO_Util::platform::WaitResult::kAbandoned;
 }
 
 LogReadLock::~LogReadLock() {
-  if (mMutex == nullptr) return;
-  ReleaseMutex(static_cast<HANDLE>(mMutex));
-  CloseHandle(static_cast<HANDLE>(mMutex));
+  if (mOwned) mMutex.Release();
 }
 
 LogReadResult ReadLogSlice(const std::filesystem::path& path, std::uint64_t offset, std::size_t maxBytes,

@@ -5,8 +5,6 @@
 namespace mvutil {
 namespace {
 
-constexpr char32_t kReplacement = 0xFFFD;
-
 bool IsLineEndAt(std::string_view bytes, std::size_t at) {
   return at + kLineEndSize <= bytes.size() && bytes[at] == '\r' && bytes[at + 1] == '\0' &&
          bytes[at + 2] == '\n' && bytes[at + 3] == '\0';
@@ -53,9 +51,9 @@ std::string Utf16LeToUtf8(std::string_view bytes) {
         continue;
       }
     }
-    AppendUtf8(out, unit >= 0xD800 && unit <= 0xDFFF ? kReplacement : static_cast<char32_t>(unit));
+    AppendUtf8(out, unit);  // a surrogate left alone becomes U+FFFD there
   }
-  if (at < bytes.size()) AppendUtf8(out, kReplacement);
+  if (at < bytes.size()) AppendUtf8(out, kReplacementCharacter);
   return out;
 }
 

@@ -1,20 +1,17 @@
-// UTF-8 (the tool's own text) to and from the library's wide strings, on both builds: wchar_t is
-// UTF-16 on Windows and a code point on Linux.
+// UTF-8 (the tool's own text) to and from the library's wide strings, on both builds: the
+// library's own converter (platform/utf8.h, compiled into the tool), so that the tool and the
+// library replace malformed text by the same rule.
 #ifndef MVUTIL_WIDE_TEXT_H
 #define MVUTIL_WIDE_TEXT_H
 
-#include <string>
+#include "platform/utf8.h"
 
 namespace mvutil {
 
-// Malformed bytes become U+FFFD.
-std::wstring Utf8ToWide(const std::string& utf8);
-
-// Lone surrogates become U+FFFD.
-std::string WideToUtf8(const std::wstring& wide);
-
-// Appends the UTF-8 bytes of one code point.
-void AppendUtf8(std::string& out, char32_t cp);
+using Tavro_KVO_Util::platform::AppendUtf8;
+using Tavro_KVO_Util::platform::kReplacementCharacter;
+using Tavro_KVO_Util::platform::Utf8ToWide;
+using Tavro_KVO_Util::platform::WideToUtf8;
 
 }  // namespace mvutil
 
