@@ -9,6 +9,12 @@
 // are re-read whenever that file changes. The logger's own failures go to the system event log,
 // never into its own file.
 //
+// A missing configuration file makes every log call wait about a second. Each call checks the
+// file's last-write time (a call below the threshold once, a written entry twice), and when the
+// file is not there the check retries opening it five times 200 ms apart, so that a file that an
+// editor is replacing is not taken as gone; the logger then keeps the settings it had (its
+// defaults if it never read a file). `mvutil` warns when the file is missing.
+//
 // Levels: 0 REPORT (always written), 1 FATAL, 2 ERROR, 3 WARN, 4 INFO, 5 DEBUG. An entry is
 // written when its level is at most the configured threshold, or when its area is one of the
 // configured debug areas.
@@ -21,7 +27,9 @@
 #ifndef TAVROMEDIVANEUTIL_LOGGER_H
 #define TAVROMEDIVANEUTIL_LOGGER_H
 
+#include <atomic>
 #include <cstdarg>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -100,6 +108,9 @@ class TAVRO_KVO_UTIL_API Logger {
     int enabled;
     std::wstring name;
   };
+  // The settings an entry is written with (logging/logger_settings.h).
+  struct Settings;
+  using SettingsView = std::shared_ptr<const Settings>;
 
   Logger();
 
@@ -110,33 +121,38 @@ class TAVRO_KVO_UTIL_API Logger {
   void ConstructLogEntry(std::wstring& entry, const wchar_t* area, int level, const wchar_t* message,
                          const wchar_t* data, const wchar_t* file, int line, const wchar_t* processName,
                          const wchar_t* threadId) const;
+  void ConstructLogEntry(std::wstring& entry, const Settings& settings, const wchar_t* area, int level,
+                         const wchar_t* message, const wchar_t* data, const wchar_t* file, int line,
+                         const wchar_t* processName, const wchar_t* threadId) const;
   void ProcessPathByPID(wchar_t* buffer, unsigned long size) const;
   void Log_Info(const wchar_t* entry);
+  void Log_Info(const wchar_t* entry, const Settings& settings);
 
   wchar_t* GetLogFileName();
+  wchar_t* GetLogFileName(const Settings& settings);
   bool makenewdir(const wchar_t* path) const;
   bool TrimLogFile();
-  bool SetRollingFileNames();
-  bool DeleteOldFile();
+  bool SetRollingFileNames(const Settings& settings);
+  bool DeleteOldFile(const Settings& settings);
   long long GetDiskSpaceFree(const wchar_t* path) const;
+  void KeepDefaultLogFileName();
 
   bool AreaExists(const wchar_t* area) const;
   void ClearAreaList();
-  void GetEventLogSetting();
-  void ReadSettings();
+  void GetEventLogSetting(Settings& settings);
+  void ReadSettings(Settings& settings);
   void ReadDebugAreas();
+  // One consistent copy of the settings, taken under the lock.
+  SettingsView CurrentSettings() const;
 
-  int SysDefaultLevel;
-  int DefaultLevel;
-  bool WriteErrorsToEventLog;
-  unsigned long long FreeSpaceMinimum;
-  long MaxLogFileBackups;
-  long MaxLogFileSize;
-  std::wstring FormatString;
-  bool pauseLogging;
-  wchar_t LogFileLocation[261];
-  wchar_t LogFileName[261];
-  wchar_t mLogFilePath[261];
+  // Every setting but the threshold, replaced whole (never changed in place) by GetConfig under
+  // mCritSect. An entry takes one copy at its start and works from it to the end, so that a reload
+  // on another thread can neither free text the entry is reading nor mix two configurations in
+  // one line.
+  SettingsView mSettings;
+  // The write threshold, read without the lock by the level test of every call.
+  std::atomic<int> DefaultLevel;
+  wchar_t mLogFilePath[261];  // the current log file; used only inside the machine-wide log mutex
   std::vector<DebugArea> mDebugAreas;
   Config* mConfig;
   mutable OsCriticalSection mCritSect;

@@ -12,7 +12,7 @@ std::atomic<unsigned long long> gFixedBytes{0};
 
 }  // namespace
 
-bool ProbeFreeDiskSpace(const wchar_t* location, unsigned long long& freeBytes) {
+bool ProbeFreeDiskSpace(const std::wstring& location, unsigned long long& freeBytes) {
   if (gFixed.load(std::memory_order_acquire)) {
     freeBytes = gFixedBytes.load(std::memory_order_relaxed);
     return true;

@@ -5,11 +5,13 @@
 #ifndef TAVROMEDIVANEUTIL_LOGGING_FREE_SPACE_PROBE_H
 #define TAVROMEDIVANEUTIL_LOGGING_FREE_SPACE_PROBE_H
 
+#include <string>
+
 namespace Tavro_KVO_Util::internal {
 
 // Free bytes for the caller on the volume of `location` (empty: the working directory's volume).
 // False when the platform cannot say.
-bool ProbeFreeDiskSpace(const wchar_t* location, unsigned long long& freeBytes);
+bool ProbeFreeDiskSpace(const std::wstring& location, unsigned long long& freeBytes);
 
 // While alive, every probe answers `freeBytes` without asking the platform. Not nestable.
 class FreeSpaceForTesting {

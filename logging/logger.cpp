@@ -1,8 +1,7 @@
 // Logger: the singleton, its settings from the configuration file, and the write rule.
 #include "Logger.h"
 
-#include <algorithm>
-#include <cwchar>
+#include <memory>
 #include <new>
 #include <vector>
 
@@ -11,6 +10,7 @@
 #include "logging/event_log_report.h"
 #include "logging/log_levels.h"
 #include "logging/logger_process_state.h"
+#include "logging/logger_settings.h"
 #include "logging/singleton_manager.h"
 #include "platform/event_log.h"
 
@@ -23,6 +23,7 @@ Logger* Logger::mInstance = nullptr;
 namespace {
 
 constexpr wchar_t kKeyPrefix[] = L"/Tavro/MedivaneSDK/Logging/";
+constexpr wchar_t kDefaultLogFileName[] = L"KVO.log";
 
 // One flag for every settings-read failure: only the first in the life of the process reaches
 // the event log, or a missing configuration file would flood it on every log call.
@@ -40,6 +41,9 @@ bool ReadText(Config& config, const wchar_t* name, int maxLength, std::wstring& 
   value.assign(buffer.data());
   return true;
 }
+
+// At most the first 260 characters: the location and name buffers hold 261 with the terminator.
+std::wstring Limited260(const std::wstring& text) { return text.substr(0, 260); }
 
 // Leading decimal digits as an unsigned 64-bit number; no digits give 0.
 unsigned long long LeadingDigits(const std::wstring& text) {
@@ -62,21 +66,13 @@ Logger* Logger::GetInstance() {
 }
 
 Logger::Logger()
-    : SysDefaultLevel(kLevelFatal),
+    : mSettings(std::make_shared<const Settings>()),
       DefaultLevel(kLevelDebug),
-      WriteErrorsToEventLog(false),
-      FreeSpaceMinimum(1000000000ULL),
-      MaxLogFileBackups(5),
-      MaxLogFileSize(1000000000L),
-      FormatString(L"%L %D %T %Z %A {%P-%t} %m"),
-      pauseLogging(false),
-      LogFileLocation{},
-      LogFileName{},
       mLogFilePath{},
       mConfig(nullptr) {
   if (!GetConfig(false))
     ReportToEventLog(L"Error getting Config using the default parameters", platform::kEventError);
-  if (!makenewdir(LogFileLocation))
+  if (!makenewdir(CurrentSettings()->LogFileLocation.c_str()))
     ReportToEventLog(L"Error creating logging directory path", platform::kEventError);
   GetLogFileName();
 }
@@ -98,30 +94,49 @@ bool Logger::GetConfig(bool force) {
   }
   if (mConfig->Reload(false) != CFG_SUCCESS) return true;  // keep the settings we have
   if (!force && !madeNow && !mConfig->WasReloaded()) return true;
-  ReadSettings();
+  try {
+    // A new value, so that entries still working from the old one keep it intact.
+    auto next = std::make_shared<Settings>(*mSettings);
+    ReadSettings(*next);
+    mSettings = std::move(next);
+  } catch (const std::bad_alloc&) {
+    // Out of memory: the settings we have stay in force until the next change is read.
+  }
   return true;
 }
 
-void Logger::ReadSettings() {
+Logger::SettingsView Logger::CurrentSettings() const {
+  OsAutoLock lock(&mCritSect);
+  return mSettings;
+}
+
+void Logger::KeepDefaultLogFileName() {
+  OsAutoLock lock(&mCritSect);
+  if (!mSettings->LogFileName.empty()) return;
+  auto next = std::make_shared<Settings>(*mSettings);
+  next->LogFileName = kDefaultLogFileName;
+  mSettings = std::move(next);
+}
+
+void Logger::ReadSettings(Settings& settings) {
   Config& config = *mConfig;
   long number = 0;
   if (config.GetParameter(Key(L"MaxLogFileBackups"), number) == CFG_SUCCESS) {
-    MaxLogFileBackups = number;
+    settings.MaxLogFileBackups = number;
   } else {
     ReportSettingsError(L"Error getting maximum log files from Configuration");
   }
   if (config.GetParameter(Key(L"MaxLogFileSize"), number) == CFG_SUCCESS) {
-    MaxLogFileSize = number;
+    settings.MaxLogFileSize = number;
   } else {
     ReportSettingsError(L"Error getting maximum log file size from Configuration");
   }
 
   std::wstring text;
   if (ReadText(config, L"LogFileLocation", 261, text)) {
-    if (LogFileLocation[0] == L'\0') {
-      text.copy(LogFileLocation, 260);
-      LogFileLocation[std::min<std::size_t>(text.size(), 260)] = L'\0';
-    } else if (std::wcsncmp(LogFileLocation, text.c_str(), 260) != 0) {
+    if (settings.LogFileLocation.empty()) {
+      settings.LogFileLocation = Limited260(text);
+    } else if (settings.LogFileLocation != Limited260(text)) {
       // Reported at every reload that sees the difference, not under the once-flag.
       ReportToEventLog(L"LogFileLocation change does not affect a running program.",
                        platform::kEventInformation);
@@ -146,27 +161,26 @@ void Logger::ReadSettings() {
     ReportSettingsError(L"Error getting default logging level from Configuration");
   }
 
-  GetEventLogSetting();
+  GetEventLogSetting(settings);
 
   if (ReadText(config, L"LogFileName", 261, text)) {
-    text.copy(LogFileName, 260);
-    LogFileName[std::min<std::size_t>(text.size(), 260)] = L'\0';
+    settings.LogFileName = Limited260(text);
   } else {
-    LogFileName[0] = L'\0';
+    settings.LogFileName.clear();
     ReportSettingsError(L"Error getting log file name from Configuration");
   }
 
   if (ReadText(config, L"FreeSpaceMinimum", 20, text)) {
-    FreeSpaceMinimum = LeadingDigits(text);
+    settings.FreeSpaceMinimum = LeadingDigits(text);
   } else {
     ReportSettingsError(L"Error getting free space minimum from Configuration");
   }
 
   if (ReadText(config, L"ThresholdExceeded", 15, text)) {
     if (text == L"pauseLogging")
-      pauseLogging = true;
+      settings.pauseLogging = true;
     else if (text == L"deleteOld")
-      pauseLogging = false;
+      settings.pauseLogging = false;
   } else {
     // The misspelling is the text support has always searched for; keep it.
     ReportSettingsError(
@@ -175,13 +189,13 @@ void Logger::ReadSettings() {
 
   std::wstring format;
   if (config.GetParameter(Key(L"FormatString"), format) == CFG_SUCCESS) {
-    FormatString = format;
+    settings.FormatString = format;
   } else {
     ReportSettingsError(L"Error getting FormatString from Configuration");
   }
 
   if (ReadText(config, L"WriteErrorsToEventLog", 10, text)) {
-    WriteErrorsToEventLog = text == L"true";
+    settings.WriteErrorsToEventLog = text == L"true";
   } else {
     ReportSettingsError(L"Error getting write errors to event log setting from Configuration");
   }
@@ -189,13 +203,13 @@ void Logger::ReadSettings() {
   ReadDebugAreas();
 }
 
-void Logger::GetEventLogSetting() {
+void Logger::GetEventLogSetting(Settings& settings) {
   std::wstring text;
   if (!ReadText(*mConfig, L"SysDefaultLevel", 10, text)) return;
   if (text == L"ERROR")
-    SysDefaultLevel = kLevelError;
+    settings.SysDefaultLevel = kLevelError;
   else if (text == L"FATAL")
-    SysDefaultLevel = kLevelFatal;
+    settings.SysDefaultLevel = kLevelFatal;
 }
 
 void Logger::ReadDebugAreas() {
@@ -213,9 +227,9 @@ void Logger::ReadDebugAreas() {
 }
 
 bool Logger::IsThisLevelLoggable(const wchar_t* area, int level) {
-  if (!GetConfig(false)) DefaultLevel = kLevelDebug;
+  if (!GetConfig(false)) DefaultLevel.store(kLevelDebug, std::memory_order_relaxed);
   // No lock on this path: a reload seen half-done is accepted for the sake of every log call.
-  if (level <= DefaultLevel || level == kLevelReport) return true;
+  if (level <= DefaultLevel.load(std::memory_order_relaxed) || level == kLevelReport) return true;
   OsAutoLock lock(&mCritSect);
   if (area == nullptr) return false;
   for (const DebugArea& debugArea : mDebugAreas) {

@@ -7,10 +7,12 @@
 #include <string>
 
 #include "Logger.h"
+#include "logging/backup_files.h"
 #include "logging/event_log_report.h"
 #include "logging/free_space_probe.h"
 #include "logging/log_stream.h"
 #include "logging/logger_process_state.h"
+#include "logging/logger_settings.h"
 #include "platform/event_log.h"
 #include "platform/log_file.h"
 #include "platform/path.h"
@@ -27,8 +29,14 @@ void CopyPath(wchar_t (&buffer)[kPathCapacity], const std::wstring& text) {
   buffer[length] = L'\0';
 }
 
-std::wstring Joined(const std::wstring& directory, const std::wstring& name) {
-  return directory + platform::PathSeparator() + name;
+// `directory`, the separator and `name` into `buffer`, cut at its capacity: the same text as
+// directory + separator + name copied whole, without making that string first: every entry does this.
+void CopyJoinedPath(wchar_t (&buffer)[kPathCapacity], const std::wstring& directory,
+                    const std::wstring& name) {
+  std::size_t length = directory.copy(buffer, kPathCapacity - 1);
+  if (length < kPathCapacity - 1) buffer[length++] = platform::PathSeparator();
+  length += name.copy(buffer + length, kPathCapacity - 1 - length);
+  buffer[length] = L'\0';
 }
 
 // At most the first 260 characters of `text`.
@@ -38,12 +46,8 @@ std::wstring Limited260(const wchar_t* text) {
   return std::wstring(text, length);
 }
 
-std::wstring Backup(const wchar_t* path, long number) {
-  return std::wstring(path) + L"." + std::to_wstring(number);
-}
-
 // Free bytes for the caller on the volume of `location`, reported once and taken as 0 on failure.
-bool FreeSpace(const wchar_t* location, unsigned long long& freeBytes) {
+bool FreeSpace(const std::wstring& location, unsigned long long& freeBytes) {
   if (internal::ProbeFreeDiskSpace(location, freeBytes)) return true;
   ReportOnce(ProcessState().diskSpaceErrorReported, L"Error checking disk free space");
   freeBytes = 0;
@@ -52,32 +56,41 @@ bool FreeSpace(const wchar_t* location, unsigned long long& freeBytes) {
 
 }  // namespace
 
-wchar_t* Logger::GetLogFileName() {
-  if (LogFileName[0] == L'\0') {
-    if (LogFileLocation[0] != L'\0') {
-      CopyPath(LogFileName, kDefaultLogFileName);
-      CopyPath(mLogFilePath, Joined(LogFileLocation, LogFileName));
-      if (!platform::PathExists(LogFileLocation) && !makenewdir(LogFileLocation)) {
+wchar_t* Logger::GetLogFileName() { return GetLogFileName(*CurrentSettings()); }
+
+wchar_t* Logger::GetLogFileName(const Settings& settings) {
+  const std::wstring& location = settings.LogFileLocation;
+  static const std::wstring kDefaultName = kDefaultLogFileName;
+  const std::wstring& name = settings.LogFileName.empty() ? kDefaultName : settings.LogFileName;
+  if (settings.LogFileName.empty()) {
+    // Filled in once and kept until the configuration names a file (or fails to).
+    KeepDefaultLogFileName();
+    if (!location.empty()) {
+      CopyJoinedPath(mLogFilePath, location, name);
+      if (!platform::PathExists(location) && !makenewdir(location.c_str())) {
         ReportOnce(ProcessState().directoryErrorReported, L"Error creating directory for logging");
         return nullptr;
       }
     } else {
-      CopyPath(mLogFilePath, kDefaultLogFileName);
-      CopyPath(LogFileName, kDefaultLogFileName);
+      CopyPath(mLogFilePath, name);
     }
   }
 
-  std::wstring directory = LogFileLocation;
-  if (directory.empty() && !platform::CurrentDirectory(directory)) {
-    ReportOnce(ProcessState().directoryErrorReported, L"Error getting working directory for logging");
-    return nullptr;
+  if (!location.empty()) {
+    CopyJoinedPath(mLogFilePath, location, name);
+  } else {
+    std::wstring directory;
+    if (!platform::CurrentDirectory(directory)) {
+      ReportOnce(ProcessState().directoryErrorReported, L"Error getting working directory for logging");
+      return nullptr;
+    }
+    CopyJoinedPath(mLogFilePath, directory, name);
   }
-  CopyPath(mLogFilePath, Joined(directory, LogFileName));
 
   unsigned long long freeBytes = 0;
-  FreeSpace(LogFileLocation, freeBytes);
-  if (freeBytes <= FreeSpaceMinimum) {
-    if (pauseLogging) {
+  FreeSpace(location, freeBytes);
+  if (freeBytes <= settings.FreeSpaceMinimum) {
+    if (settings.pauseLogging) {
       if (!ProcessState().lowSpace) {
         ReportToEventLog(L"Not enough disk space for logging, will pause until space made available",
                          platform::kEventInformation);
@@ -91,7 +104,7 @@ wchar_t* Logger::GetLogFileName() {
           platform::kEventInformation);
     }
     ProcessState().lowSpace = true;
-    if (!DeleteOldFile()) return nullptr;
+    if (!DeleteOldFile(settings)) return nullptr;
   } else {
     ProcessState().lowSpace = false;
   }
@@ -112,56 +125,45 @@ wchar_t* Logger::GetLogFileName() {
       return nullptr;
   }
   // Tested before the entry is written: the file grows past the maximum by at most one entry.
-  if (static_cast<long long>(size) < static_cast<long long>(MaxLogFileSize)) return mLogFilePath;
-  if (MaxLogFileBackups == 0) {
+  if (static_cast<long long>(size) < static_cast<long long>(settings.MaxLogFileSize)) return mLogFilePath;
+  if (settings.MaxLogFileBackups == 0) {
     TrimLogFile();
-  } else if (!SetRollingFileNames()) {
+  } else if (!SetRollingFileNames(settings)) {
     ReportOnce(ProcessState().rollingErrorReported, L"Error setting rolling log file names");
     return nullptr;
   }
   return mLogFilePath;  // the next append makes a fresh file here, with a byte-order mark
 }
 
-bool Logger::SetRollingFileNames() {
-  const long backups = MaxLogFileBackups;
+bool Logger::SetRollingFileNames(const Settings& settings) {
+  const long backups = settings.MaxLogFileBackups;
   if (backups < 0) return true;
   // A missing backup number stops the shift: older backups beyond the gap stay untouched.
-  long gap = 0;
-  for (long k = 1; k <= backups; ++k) {
-    if (!platform::CanOpenForReading(Backup(mLogFilePath, k))) {
-      gap = k;
-      break;
-    }
-  }
+  long gap = internal::FirstMissingBackup(mLogFilePath, backups);
   if (gap == 0) {
-    platform::DeleteFileAt(Backup(mLogFilePath, backups));
+    platform::DeleteFileAt(internal::BackupPath(mLogFilePath, backups));
     gap = backups;
   }
   for (long k = gap; k >= 1; --k) {
-    const std::wstring from = k == 1 ? std::wstring(mLogFilePath) : Backup(mLogFilePath, k - 1);
-    if (!platform::RenameFile(from, Backup(mLogFilePath, k))) ProcessState().renameFailed = true;
+    const std::wstring from = k == 1 ? std::wstring(mLogFilePath) : internal::BackupPath(mLogFilePath, k - 1);
+    if (!platform::RenameFile(from, internal::BackupPath(mLogFilePath, k)))
+      ProcessState().renameFailed = true;
   }
   return true;
 }
 
-bool Logger::DeleteOldFile() {
-  if (MaxLogFileBackups < 1) return false;  // without backups no space can be freed
-  long oldest = 0;
-  for (long k = MaxLogFileBackups; k >= 1; --k) {
-    if (platform::CanOpenForReading(Backup(mLogFilePath, k))) {
-      oldest = k;
-      break;
-    }
-  }
+bool Logger::DeleteOldFile(const Settings& settings) {
+  if (settings.MaxLogFileBackups < 1) return false;  // without backups no space can be freed
+  const long oldest = internal::OldestBackup(mLogFilePath, settings.MaxLogFileBackups);
   if (oldest == 0) return false;
-  if (!platform::DeleteFileAt(Backup(mLogFilePath, oldest))) {
+  if (!platform::DeleteFileAt(internal::BackupPath(mLogFilePath, oldest))) {
     ReportOnce(ProcessState().deleteErrorReported, L"Error deleting old log files");
     return false;
   }
-  SetRollingFileNames();  // also moves the current file to backup 1: a fresh file is started
+  SetRollingFileNames(settings);  // also moves the current file to backup 1: a fresh file is started
   unsigned long long freeBytes = 0;
-  if (!FreeSpace(LogFileLocation, freeBytes)) return false;
-  return freeBytes > FreeSpaceMinimum;
+  if (!FreeSpace(settings.LogFileLocation, freeBytes)) return false;
+  return freeBytes > settings.FreeSpaceMinimum;
 }
 
 bool Logger::TrimLogFile() {

@@ -22,15 +22,17 @@ class LogFile {
 
   // Opens `path` for writing, creating it when missing, never truncating: Windows CreateFileW
   // with GENERIC_WRITE, no sharing, OPEN_ALWAYS, and a security descriptor with a null DACL so
-  // that every user and service can write it; Linux open(O_WRONLY | O_CREAT, 0666) with an
-  // exclusive advisory lock. `created` is true when the file did not exist before. False with
+  // that every user and service can write it; Linux open(O_WRONLY | O_APPEND | O_CREAT, 0666)
+  // with an exclusive advisory lock. `created` is true when the file did not exist before. False with
   // the OS error code in `error`.
   bool OpenAlways(const std::wstring& path, bool& created, int& error);
 
-  // Writes `bytes` at the end of the file. False on a short or failed write.
+  // Writes `bytes` at the end of the file, whole or not at all: when only part of them could be
+  // written (a full disk), the file is cut back to where it ended, and the result is false.
   bool Append(const std::string& bytes);
 
-  // Writes `bytes` at the current position (the start, right after opening).
+  // Writes `bytes` at the end of the file (the byte-order mark of a new file), without taking
+  // back a partial write. False on a short or failed write.
   bool Write(const std::string& bytes);
 
   void Close();

@@ -10,34 +10,28 @@
 #include <cerrno>
 #include <string>
 
+#include "platform/posix/narrow_path.h"
 #include "platform/posix/unique_fd.h"
-#include "platform/posix/utf8.h"
+#include "platform/posix/write_all.h"
+#include "platform/utf8.h"
 
 namespace Tavro_KVO_Util::platform {
 namespace {
 
-bool WriteAll(int fd, const std::string& bytes) {
-  std::size_t done = 0;
-  while (done < bytes.size()) {
-    const ssize_t put = ::write(fd, bytes.data() + done, bytes.size() - done);
-    if (put < 0 && errno == EINTR) continue;
-    if (put <= 0) return false;
-    done += static_cast<std::size_t>(put);
-  }
-  return true;
-}
+const std::string kWorkingDirectory = ".";
 
 // Opens for writing, creating when missing, and says which happened. The create is exclusive,
 // because only the process whose exclusive create succeeds can be sure the file is new.
 UniqueFd OpenOrCreate(const std::string& path, bool& created) {
   // The file exists for all entries but the first after a roll, so opening comes first.
   for (int attempt = 0; attempt < 3; ++attempt) {
-    UniqueFd fd(::open(path.c_str(), O_WRONLY | O_CLOEXEC));
+    // Append mode: every write lands at the end with no seek first, the BOM of a new file too.
+    UniqueFd fd(::open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC));
     if (fd || errno != ENOENT) {
       created = false;
       return fd;
     }
-    fd.reset(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+    fd.reset(::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
     if (fd) {
       created = true;
       // The umask narrows 0666; every user's processes write the same log.
@@ -54,7 +48,7 @@ UniqueFd OpenOrCreate(const std::string& path, bool& created) {
 
 bool LogFile::OpenAlways(const std::wstring& path, bool& created, int& error) {
   bool isNew = false;
-  UniqueFd fd = OpenOrCreate(WideToUtf8(path), isNew);
+  UniqueFd fd = OpenOrCreate(NarrowPath(path), isNew);
   if (!fd) {
     error = errno;
     return false;
@@ -73,13 +67,28 @@ bool LogFile::OpenAlways(const std::wstring& path, bool& created, int& error) {
 bool LogFile::Append(const std::string& bytes) {
   if (!mFile) return false;
   const int fd = static_cast<int>(mFile.get());
-  if (::lseek(fd, 0, SEEK_END) < 0) return false;
-  return WriteAll(fd, bytes);
+  std::size_t written = 0;
+  if (WriteAll(fd, bytes.data(), bytes.size(), written)) return true;
+  // A line cut short (a full disk) would join the next writer's line: take it back, so the file
+  // is exactly as it was before this entry. Nobody else writes while we hold the lock, so the
+  // file ended `written` bytes before where it ends now.
+  if (written != 0) {
+    const int saved = errno;
+    struct stat info {};
+    if (::fstat(fd, &info) == 0 && static_cast<std::size_t>(info.st_size) >= written) {
+      const off_t before = info.st_size - static_cast<off_t>(written);
+      while (::ftruncate(fd, before) != 0 && errno == EINTR) {
+      }
+    }
+    errno = saved;
+  }
+  return false;
 }
 
 bool LogFile::Write(const std::string& bytes) {
   if (!mFile) return false;
-  return WriteAll(static_cast<int>(mFile.get()), bytes);
+  std::size_t written = 0;
+  return WriteAll(static_cast<int>(mFile.get()), bytes.data(), bytes.size(), written);
 }
 
 void LogFile::Close() { mFile.reset(); }
@@ -87,16 +96,16 @@ void LogFile::Close() { mFile.reset(); }
 bool LogFile::IsOpen() const { return mFile.valid(); }
 
 bool TruncateFile(const std::wstring& path) {
-  const UniqueFd fd(::open(WideToUtf8(path).c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
+  const UniqueFd fd(::open(NarrowPath(path).c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
   return fd.valid();
 }
 
 bool CanOpenForReading(const std::wstring& path) {
-  const UniqueFd fd(::open(WideToUtf8(path).c_str(), O_RDONLY | O_CLOEXEC));
+  const UniqueFd fd(::open(NarrowPath(path).c_str(), O_RDONLY | O_CLOEXEC));
   return fd.valid();
 }
 
-bool DeleteFileAt(const std::wstring& path) { return ::unlink(WideToUtf8(path).c_str()) == 0; }
+bool DeleteFileAt(const std::wstring& path) { return ::unlink(NarrowPath(path).c_str()) == 0; }
 
 bool RenameFile(const std::wstring& from, const std::wstring& to) {
   // rename() would replace an existing target, where Windows' MoveFileW fails and callers see that
@@ -117,7 +126,7 @@ bool RenameFile(const std::wstring& from, const std::wstring& to) {
 
 FileSizeResult FileSize(const std::wstring& path, unsigned long long& size) {
   struct stat info {};
-  if (::stat(WideToUtf8(path).c_str(), &info) != 0) {
+  if (::stat(NarrowPath(path).c_str(), &info) != 0) {
     return errno == ENOENT || errno == ENOTDIR ? FileSizeResult::kMissing : FileSizeResult::kFailed;
   }
   // A directory has no size of its own on Windows either.
@@ -127,7 +136,7 @@ FileSizeResult FileSize(const std::wstring& path, unsigned long long& size) {
 
 bool FreeDiskSpace(const std::wstring& location, unsigned long long& freeBytes) {
   struct statvfs info {};
-  const std::string where = location.empty() ? std::string(".") : WideToUtf8(location);
+  const std::string& where = location.empty() ? kWorkingDirectory : NarrowPath(location);
   if (::statvfs(where.c_str(), &info) != 0) return false;
   // f_bavail: the blocks an unprivileged caller may use, as GetDiskFreeSpaceExW's "available".
   freeBytes = static_cast<unsigned long long>(info.f_bavail) * info.f_frsize;
@@ -136,7 +145,7 @@ bool FreeDiskSpace(const std::wstring& location, unsigned long long& freeBytes) 
 
 bool MakeDirectory(const std::wstring& path, bool& alreadyExists) {
   alreadyExists = false;
-  if (::mkdir(WideToUtf8(path).c_str(), 0777) == 0) return true;
+  if (::mkdir(NarrowPath(path).c_str(), 0777) == 0) return true;
   alreadyExists = errno == EEXIST;
   return false;
 }
@@ -144,7 +153,7 @@ bool MakeDirectory(const std::wstring& path, bool& alreadyExists) {
 bool PathExists(const std::wstring& path) {
   // lstat: the directory entry itself, as a find-first sees it, even a link whose target is gone.
   struct stat info {};
-  return ::lstat(WideToUtf8(path).c_str(), &info) == 0;
+  return ::lstat(NarrowPath(path).c_str(), &info) == 0;
 }
 
 bool CurrentDirectory(std::wstring& directory) {

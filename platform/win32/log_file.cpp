@@ -12,24 +12,9 @@
 #include "platform/win32/unique_handle.h"
 #include "platform/win32/unique_owners.h"
 #include "platform/win32/windows_include.h"
+#include "platform/win32/write_all.h"
 
 namespace Tavro_KVO_Util::platform {
-namespace {
-
-bool WriteAll(HANDLE file, const std::string& bytes) {
-  std::size_t done = 0;
-  while (done < bytes.size()) {
-    const DWORD chunk = static_cast<DWORD>(std::min<std::size_t>(bytes.size() - done, 1u << 30));
-    DWORD put = 0;
-    if (!::WriteFile(file, bytes.data() + done, chunk, &put, /*lpOverlapped=*/nullptr) || put == 0) {
-      return false;
-    }
-    done += put;
-  }
-  return true;
-}
-
-}  // namespace
 
 bool LogFile::OpenAlways(const std::wstring& path, bool& created, int& error) {
   // Without the descriptor the file gets default security; it can still be written by us.
@@ -50,13 +35,27 @@ bool LogFile::Append(const std::string& bytes) {
   if (!mFile) return false;
   const HANDLE file = AsHandle(mFile.get());
   LARGE_INTEGER zero{};
-  if (!SetFilePointerEx(file, zero, /*lpNewFilePointer=*/nullptr, FILE_END)) return false;
-  return WriteAll(file, bytes);
+  LARGE_INTEGER end{};
+  if (!SetFilePointerEx(file, zero, &end, FILE_END)) return false;
+  std::size_t written = 0;
+  if (WriteAll(file, bytes.data(), bytes.size(), written)) return true;
+  // A line cut short (a full disk) would join the next writer's line: take it back, so the file
+  // is exactly as it was before this entry.
+  if (written != 0) {
+    const DWORD saved = GetLastError();
+    if (SetFilePointerEx(file, end, /*lpNewFilePointer=*/nullptr, FILE_BEGIN)) SetEndOfFile(file);
+    SetLastError(saved);
+  }
+  return false;
 }
 
 bool LogFile::Write(const std::string& bytes) {
   if (!mFile) return false;
-  return WriteAll(AsHandle(mFile.get()), bytes);
+  const HANDLE file = AsHandle(mFile.get());
+  LARGE_INTEGER zero{};
+  if (!SetFilePointerEx(file, zero, /*lpNewFilePointer=*/nullptr, FILE_END)) return false;
+  std::size_t written = 0;
+  return WriteAll(file, bytes.data(), bytes.size(), written);
 }
 
 void LogFile::Close() { mFile.reset(); }

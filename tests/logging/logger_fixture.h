@@ -14,6 +14,7 @@
 #include "Logger.h"
 #include "logging/event_log_report.h"
 #include "logging/logger_internals.h"
+#include "logging/logger_settings.h"
 #include "logging/singleton_manager.h"
 #include "support/config_file.h"
 #include "support/environment.h"
@@ -25,11 +26,13 @@ namespace Tavro_KVO_Util {
 
 class LoggerTestPeer {
  public:
-  static int DefaultLevel(const Logger& l) { return l.DefaultLevel; }
-  static int SysDefaultLevel(const Logger& l) { return l.SysDefaultLevel; }
-  static bool WriteErrorsToEventLog(const Logger& l) { return l.WriteErrorsToEventLog; }
-  static unsigned long long FreeSpaceMinimum(const Logger& l) { return l.FreeSpaceMinimum; }
-  static std::wstring LogFileLocation(const Logger& l) { return l.LogFileLocation; }
+  static int DefaultLevel(const Logger& l) { return l.DefaultLevel.load(); }
+  static int SysDefaultLevel(const Logger& l) { return l.CurrentSettings()->SysDefaultLevel; }
+  static bool WriteErrorsToEventLog(const Logger& l) { return l.CurrentSettings()->WriteErrorsToEventLog; }
+  static unsigned long long FreeSpaceMinimum(const Logger& l) {
+    return l.CurrentSettings()->FreeSpaceMinimum;
+  }
+  static std::wstring LogFileLocation(const Logger& l) { return l.CurrentSettings()->LogFileLocation; }
   static std::wstring CurrentPath(const Logger& l) { return l.mLogFilePath; }
   static void WriteToLog(Logger& l, const wchar_t* area, int level, const wchar_t* message) {
     l.WriteToLog(area, level, message, nullptr, L".\\t.cpp", 1);

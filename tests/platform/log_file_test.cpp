@@ -104,7 +104,7 @@ TEST(LogFile, AppendWritesAtTheEnd) {
   EXPECT_EQ(ReadBytes(path), "abcdefgh\r\n");
 }
 
-TEST(LogFile, WriteStartsAtTheBeginningAfterOpening) {
+TEST(LogFile, WriteAddsAtTheEndOfAnExistingFile) {
   const TempDir dir;
   const auto path = dir.WriteFile("write.log", "abcdef");
   {
@@ -112,10 +112,11 @@ TEST(LogFile, WriteStartsAtTheBeginningAfterOpening) {
     bool created = false;
     int error = 0;
     ASSERT_TRUE(file.OpenAlways(path.wstring(), created, error));
+    EXPECT_FALSE(created);
     EXPECT_TRUE(file.Write("XY"));
     EXPECT_TRUE(file.Write("Z"));
   }
-  EXPECT_EQ(ReadBytes(path), "XYZdef");
+  EXPECT_EQ(ReadBytes(path), "abcdefXYZ");
 }
 
 TEST(LogFile, MovedFileKeepsTheOpenFile) {

@@ -1,0 +1,25 @@
+// The logger's settings other than the write threshold, as one value that GetConfig replaces whole.
+#ifndef TAVROMEDIVANEUTIL_LOGGING_LOGGER_SETTINGS_H
+#define TAVROMEDIVANEUTIL_LOGGING_LOGGER_SETTINGS_H
+
+#include <string>
+
+#include "Logger.h"
+
+namespace Tavro_KVO_Util {
+
+struct Logger::Settings {
+  int SysDefaultLevel = 1;  // the most verbose level also copied to the event log (FATAL)
+  bool WriteErrorsToEventLog = false;
+  unsigned long long FreeSpaceMinimum = 1000000000ULL;
+  long MaxLogFileBackups = 5;
+  long MaxLogFileSize = 1000000000L;
+  std::wstring FormatString = L"%L %D %T %Z %A {%P-%t} %m";
+  bool pauseLogging = false;
+  std::wstring LogFileLocation;  // at most 260 characters; fixed once it is not empty
+  std::wstring LogFileName;      // at most 260 characters; "KVO.log" is filled in on first use
+};
+
+}  // namespace Tavro_KVO_Util
+
+#endif  // TAVROMEDIVANEUTIL_LOGGING_LOGGER_SETTINGS_H
