@@ -16,6 +16,8 @@ struct LoggerProcessState {
   bool sizeErrorReported = false;
   bool rollingErrorReported = false;
   bool deleteErrorReported = false;
+  bool writeErrorReported = false;   // an entry that could not be written whole (a full disk)
+  bool outOfMemoryReported = false;  // an entry dropped because memory ran out while it was made
   bool lowSpace = false;
   bool renameFailed = false;  // set, never reported (kept as it always was)
 };

@@ -1,9 +1,12 @@
 #include "logging/wide_format.h"
 
 #include <climits>
+#include <cstddef>
 #include <cstdint>
 #include <cwchar>
+#include <exception>
 #include <string>
+#include <type_traits>
 
 #include "logging/wide_format_parts.h"
 
@@ -21,13 +24,82 @@
 //  - Where msvcrt would drop or garble the text -- an unknown conversion, a '%' at the very end,
 //    %F, %n -- we keep the format's own characters, print %F like %f, and never write through %n.
 //
-// This file parses the format and writes strings, characters and pointers; integers and
-// floating-point values are written in wide_format_numbers.cpp, and what the two files share is
-// declared in wide_format_parts.h.
+// This file reads the caller's va_list, parses the format and writes strings, characters and
+// pointers; integers and floating-point values are written in wide_format_numbers.cpp, and what
+// the two files share is declared in wide_format_parts.h. The text never grows past the caller's
+// limit plus one character (BoundedText), and no precision reaches snprintf larger than a value
+// has exact digits, so neither memory nor time follows a width or precision near INT_MAX.
 namespace Tavro_KVO_Util::internal {
 namespace {
 
 constexpr wchar_t kNullText[] = L"(null)";
+
+// ---- arguments ----
+
+// The caller's va_list stays untouched: we read from our own copy.
+class VaListArgs final : public ArgSource {
+ public:
+  explicit VaListArgs(va_list args) { va_copy(mArgs, args); }
+  ~VaListArgs() override { va_end(mArgs); }
+  VaListArgs(const VaListArgs&) = delete;
+  VaListArgs& operator=(const VaListArgs&) = delete;
+
+  long long Signed(IntSize size) override {
+    switch (size) {
+      case IntSize::kShort:
+        return static_cast<short>(va_arg(mArgs, int));
+      case IntSize::kLong:
+        return va_arg(mArgs, long);
+      case IntSize::kLongLong:
+        return va_arg(mArgs, long long);
+      case IntSize::kSizeT:
+        return va_arg(mArgs, std::make_signed_t<std::size_t>);
+      case IntSize::kIntMax:
+        return va_arg(mArgs, std::intmax_t);
+      case IntSize::kPtrDiff:
+        return va_arg(mArgs, std::ptrdiff_t);
+      case IntSize::kIntPtr:
+        return va_arg(mArgs, std::intptr_t);
+      case IntSize::kInt:
+      case IntSize::kInt32:
+        break;
+    }
+    return va_arg(mArgs, int);
+  }
+
+  unsigned long long Unsigned(IntSize size) override {
+    switch (size) {
+      case IntSize::kShort:
+        return static_cast<unsigned short>(va_arg(mArgs, unsigned int));
+      case IntSize::kLong:
+        return va_arg(mArgs, unsigned long);
+      case IntSize::kLongLong:
+        return va_arg(mArgs, unsigned long long);
+      case IntSize::kSizeT:
+        return va_arg(mArgs, std::size_t);
+      case IntSize::kIntMax:
+        return va_arg(mArgs, std::uintmax_t);
+      case IntSize::kPtrDiff:
+        return va_arg(mArgs, std::make_unsigned_t<std::ptrdiff_t>);
+      case IntSize::kIntPtr:
+        return va_arg(mArgs, std::uintptr_t);
+      case IntSize::kInt:
+      case IntSize::kInt32:
+        break;
+    }
+    return va_arg(mArgs, unsigned int);
+  }
+
+  int Int() override { return va_arg(mArgs, int); }
+  double Double() override { return va_arg(mArgs, double); }
+  long double LongDouble() override { return va_arg(mArgs, long double); }
+  const wchar_t* WideString() override { return va_arg(mArgs, const wchar_t*); }
+  const char* NarrowString() override { return va_arg(mArgs, const char*); }
+  const void* Pointer() override { return va_arg(mArgs, const void*); }
+
+ private:
+  va_list mArgs;
+};
 
 // ---- strings, characters, pointers ----
 
@@ -41,7 +113,7 @@ std::size_t BoundedLength(const CharT* text, int precision) {
 }
 
 template <typename CharT>
-void AppendStringField(std::wstring& out, const Directive& directive, const CharT* text) {
+void AppendStringField(BoundedText& out, const Directive& directive, const CharT* text) {
   AppendField(out, directive, text, BoundedLength(text, directive.precision), 0, directive.zero);
 }
 
@@ -52,15 +124,15 @@ bool TakesNarrowText(const Directive& directive) {
   return directive.narrow || (upper && !directive.wide);
 }
 
-void AppendString(std::wstring& out, const Directive& directive, ArgReader& args) {
+void AppendString(BoundedText& out, const Directive& directive, ArgSource& args) {
   if (TakesNarrowText(directive)) {
-    const char* text = args.Next<const char*>();
+    const char* text = args.NarrowString();
     if (text != nullptr) {
       AppendStringField(out, directive, text);
       return;
     }
   } else {
-    const wchar_t* text = args.Next<const wchar_t*>();
+    const wchar_t* text = args.WideString();
     if (text != nullptr) {
       AppendStringField(out, directive, text);
       return;
@@ -70,8 +142,8 @@ void AppendString(std::wstring& out, const Directive& directive, ArgReader& args
 }
 
 // Characters arrive promoted to int. A NUL character is written like any other, as msvcrt does.
-void AppendCharacter(std::wstring& out, const Directive& directive, ArgReader& args) {
-  const int code = args.Next<int>();
+void AppendCharacter(BoundedText& out, const Directive& directive, ArgSource& args) {
+  const int code = args.Int();
   const wchar_t character = TakesNarrowText(directive)
                                 ? static_cast<wchar_t>(static_cast<unsigned char>(code))
                                 : static_cast<wchar_t>(code);
@@ -80,9 +152,9 @@ void AppendCharacter(std::wstring& out, const Directive& directive, ArgReader& a
 
 // 16 upper-case hexadecimal digits on every build. The digit count is fixed, so the 0 flag does
 // nothing and a width pads with spaces.
-void AppendPointer(std::wstring& out, const Directive& directive, ArgReader& args) {
+void AppendPointer(BoundedText& out, const Directive& directive, ArgSource& args) {
   constexpr int kDigits = 16;
-  const std::uint64_t value = reinterpret_cast<std::uintptr_t>(args.Next<const void*>());
+  const std::uint64_t value = reinterpret_cast<std::uintptr_t>(args.Pointer());
   wchar_t text[2 + kDigits];
   std::size_t length = 0;
   if (directive.alternate && value != 0) {
@@ -222,9 +294,9 @@ bool IsKnownConversion(wchar_t c) {
 
 // A '*' is read only once the conversion is known to be real, so that an unknown one consumes
 // nothing. A negative width means '-'; a negative precision means none.
-void ReadStarArguments(Directive& directive, ArgReader& args) {
+void ReadStarArguments(Directive& directive, ArgSource& args) {
   if (directive.widthFromArg) {
-    const int width = args.Next<int>();
+    const int width = args.Int();
     if (width < 0) {
       directive.left = true;
       directive.width = width == INT_MIN ? INT_MAX : -width;
@@ -233,14 +305,14 @@ void ReadStarArguments(Directive& directive, ArgReader& args) {
     }
   }
   if (directive.precisionFromArg) {
-    const int precision = args.Next<int>();
+    const int precision = args.Int();
     directive.precision = precision < 0 ? kNoPrecision : precision;
   }
 }
 
-void AppendConversion(std::wstring& out, Directive& directive, ArgReader& args) {
+void AppendConversion(BoundedText& out, Directive& directive, ArgSource& args) {
   if (directive.conversion == L'%') {
-    out.push_back(L'%');
+    out.Append(1, L'%');
     return;
   }
   ReadStarArguments(directive, args);
@@ -257,7 +329,7 @@ void AppendConversion(std::wstring& out, Directive& directive, ArgReader& args) 
       AppendPointer(out, directive, args);
       break;
     case L'n':
-      args.Next<void*>();  // consumed, never written through
+      args.Pointer();  // consumed, never written through
       break;
     case L'd':
     case L'i':
@@ -273,50 +345,71 @@ void AppendConversion(std::wstring& out, Directive& directive, ArgReader& args) 
   }
 }
 
-void FormatInto(std::wstring& out, const wchar_t* format, ArgReader& args) {
+// Stops at the first piece that takes the text past its limit: nothing after it could be kept.
+void FormatInto(BoundedText& out, const wchar_t* format, ArgSource& args) {
   const wchar_t* p = format;
-  for (;;) {
+  while (!out.Exceeded()) {
     const wchar_t* percent = std::wcschr(p, L'%');
     if (percent == nullptr) {
-      out.append(p);
+      out.Append(p, std::wcslen(p));
       return;
     }
-    out.append(p, static_cast<std::size_t>(percent - p));
+    out.Append(p, static_cast<std::size_t>(percent - p));
     Directive directive;
     const wchar_t* conversion = ParseConversion(percent + 1, directive);
     if (*conversion == L'\0') {  // the format ends inside the conversion: keep what is there
-      out.append(percent);
+      out.Append(percent, std::wcslen(percent));
       return;
     }
     p = conversion + 1;
     if (IsKnownConversion(directive.conversion)) {
       AppendConversion(out, directive, args);
     } else {
-      out.append(percent, static_cast<std::size_t>(p - percent));
+      out.Append(percent, static_cast<std::size_t>(p - percent));
     }
   }
 }
 
 }  // namespace
 
-std::wstring FormatWide(const wchar_t* format, va_list args) {
-  std::wstring out;
-  if (format == nullptr) return out;
+bool FormatWideFrom(std::wstring& text, const wchar_t* format, ArgSource& args, std::size_t limit) {
   try {
-    ArgReader reader(args);
+    text.clear();
+    if (format == nullptr) return true;
+    BoundedText out(text, limit);
     constexpr std::size_t kRoomForArguments = 64;
-    out.reserve(std::wcslen(format) + kRoomForArguments);
-    FormatInto(out, format, reader);
-  } catch (...) {
-    // Out of memory: the text so far is the best we can give a log.
+    const std::size_t expected = std::wcslen(format) + kRoomForArguments;
+    text.reserve(expected < limit ? expected : limit);
+    FormatInto(out, format, args);
+    return true;
+  } catch (const std::exception&) {
+    return false;  // only memory can run out here; the text so far stays
   }
-  return out;
+}
+
+bool FormatWideInto(std::wstring& text, const wchar_t* format, va_list args, std::size_t limit) {
+  VaListArgs source(args);
+  return FormatWideFrom(text, format, source, limit);
+}
+
+std::wstring FormatWide(const wchar_t* format, va_list args, std::size_t limit) {
+  std::wstring text;
+  FormatWideInto(text, format, args, limit);
+  return text;
 }
 
 std::wstring FormatWideF(const wchar_t* format, ...) {
   va_list args;
   va_start(args, format);
-  std::wstring text = FormatWide(format, args);
+  std::wstring text = FormatWide(format, args, kDefaultFormatLimit);
+  va_end(args);
+  return text;
+}
+
+std::wstring FormatWideLimitedF(std::size_t limit, const wchar_t* format, ...) {
+  va_list args;
+  va_start(args, format);
+  std::wstring text = FormatWide(format, args, limit);
   va_end(args);
   return text;
 }

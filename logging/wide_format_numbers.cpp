@@ -21,52 +21,6 @@ bool ZeroPadsNumbers(const Directive& directive) { return directive.zero && !dir
 
 // ---- integers ----
 
-long long ReadSigned(ArgReader& args, IntSize size) {
-  switch (size) {
-    case IntSize::kShort:
-      return static_cast<short>(args.Next<int>());
-    case IntSize::kLong:
-      return args.Next<long>();
-    case IntSize::kLongLong:
-      return args.Next<long long>();
-    case IntSize::kSizeT:
-      return args.Next<std::make_signed_t<std::size_t>>();
-    case IntSize::kIntMax:
-      return args.Next<std::intmax_t>();
-    case IntSize::kPtrDiff:
-      return args.Next<std::ptrdiff_t>();
-    case IntSize::kIntPtr:
-      return args.Next<std::intptr_t>();
-    case IntSize::kInt:
-    case IntSize::kInt32:
-      break;
-  }
-  return args.Next<int>();
-}
-
-unsigned long long ReadUnsigned(ArgReader& args, IntSize size) {
-  switch (size) {
-    case IntSize::kShort:
-      return static_cast<unsigned short>(args.Next<unsigned int>());
-    case IntSize::kLong:
-      return args.Next<unsigned long>();
-    case IntSize::kLongLong:
-      return args.Next<unsigned long long>();
-    case IntSize::kSizeT:
-      return args.Next<std::size_t>();
-    case IntSize::kIntMax:
-      return args.Next<std::uintmax_t>();
-    case IntSize::kPtrDiff:
-      return args.Next<std::make_unsigned_t<std::ptrdiff_t>>();
-    case IntSize::kIntPtr:
-      return args.Next<std::uintptr_t>();
-    case IntSize::kInt:
-    case IntSize::kInt32:
-      break;
-  }
-  return args.Next<unsigned int>();
-}
-
 // Writes the digits of `value` backwards, ending just before `end`, and returns the first.
 char* WriteDigits(unsigned long long value, unsigned radix, bool upperCase, char* end) {
   const char* digits = upperCase ? "0123456789ABCDEF" : "0123456789abcdef";
@@ -80,17 +34,17 @@ char* WriteDigits(unsigned long long value, unsigned radix, bool upperCase, char
 
 // [spaces] prefix [zeros] digits [spaces]: the zeros make up the precision and, with zero padding,
 // the width.
-void AppendNumberField(std::wstring& out, const Directive& directive, const char* prefix,
+void AppendNumberField(BoundedText& out, const Directive& directive, const char* prefix,
                        std::size_t prefixLength, std::size_t precisionZeros, const char* digits,
                        std::size_t digitCount, bool zeroPad) {
   const std::size_t width = static_cast<std::size_t>(directive.width);
   const std::size_t length = prefixLength + precisionZeros + digitCount;
   const std::size_t padding = width > length ? width - length : 0;
-  if (!directive.left && !zeroPad) out.append(padding, L' ');
-  AppendWidened(out, prefix, prefixLength);
-  out.append(precisionZeros + (zeroPad ? padding : 0), L'0');
-  AppendWidened(out, digits, digitCount);
-  if (directive.left) out.append(padding, L' ');
+  if (!directive.left && !zeroPad) out.Append(padding, L' ');
+  out.AppendWidened(prefix, prefixLength);
+  out.Append(precisionZeros + (zeroPad ? padding : 0), L'0');
+  out.AppendWidened(digits, digitCount);
+  if (directive.left) out.Append(padding, L' ');
 }
 
 // The argument as a sign and a magnitude; only d and i are signed.
@@ -99,13 +53,13 @@ struct IntegerValue {
   bool negative = false;
 };
 
-IntegerValue ReadInteger(ArgReader& args, const Directive& directive, bool isSigned) {
+IntegerValue ReadInteger(ArgSource& args, const Directive& directive, bool isSigned) {
   IntegerValue result;
   if (!isSigned) {
-    result.magnitude = ReadUnsigned(args, directive.size);
+    result.magnitude = args.Unsigned(directive.size);
     return result;
   }
-  const long long value = ReadSigned(args, directive.size);
+  const long long value = args.Signed(directive.size);
   result.negative = value < 0;
   // Unsigned negation, so that the most negative value has a magnitude too.
   result.magnitude = static_cast<unsigned long long>(value);
@@ -141,7 +95,7 @@ unsigned RadixOf(wchar_t conversion) {
 
 // Integers are formatted here rather than by snprintf: they are the commonest conversion in a log
 // and this is several times faster.
-void AppendInteger(std::wstring& out, const Directive& directive, ArgReader& args) {
+void AppendInteger(BoundedText& out, const Directive& directive, ArgSource& args) {
   const wchar_t conversion = directive.conversion;
   const bool isSigned = conversion == L'd' || conversion == L'i';
   const IntegerValue value = ReadInteger(args, directive, isSigned);
@@ -277,8 +231,9 @@ void SplitOddMantissa(double value, std::uint64_t& mantissa, int& exponent) {
 
 // True when `value` lies exactly halfway between two outputs with `decimals` digits after the
 // point: 2 * value * 10^decimals is then an odd integer, which for mantissa * 2^exponent means
-// exponent == -(decimals + 1).
-bool IsFixedTie(int exponent, int decimals) { return exponent == -(decimals + 1); }
+// exponent == -(decimals + 1). Written so that no precision, however large, overflows: the
+// exponent of a finite value is never far from zero.
+bool IsFixedTie(int exponent, int decimals) { return exponent < 0 && -(exponent + 1) == decimals; }
 
 // The same for `decimals` digits after the first significant one (%e). Written as
 // 2 * value * 10^k == T with k = -(exponent + 1), the value is a tie when T is an odd integer with
@@ -361,7 +316,7 @@ bool IsUpperCase(wchar_t conversion) { return conversion >= L'A' && conversion <
 
 // Our own text, so that both builds agree (the C libraries differ on the sign of a NaN).
 template <typename T>
-void AppendNonFinite(std::wstring& out, const Directive& directive, T value) {
+void AppendNonFinite(BoundedText& out, const Directive& directive, T value) {
   wchar_t text[4];
   std::size_t length = 0;
   if (std::signbit(value)) {
@@ -378,8 +333,59 @@ void AppendNonFinite(std::wstring& out, const Directive& directive, T value) {
   AppendField(out, directive, text, length, 0, false);
 }
 
+// The most digits after the point that any value of T can need: the exact decimal expansion of
+// its smallest positive value has that many (1,074 for a double, 16,445 for an 80-bit long
+// double), and a value never has more significant digits than that. Every digit beyond is zero,
+// so a larger precision is handed to snprintf as this and the zeros are added while the field is
+// written: snprintf's work and buffer stay small whatever the precision (MinGW's snprintf writes
+// out of bounds near INT_MAX).
 template <typename T>
-void AppendFloating(std::wstring& out, const Directive& directive, T value) {
+constexpr int MostExactDigits() {
+  return std::numeric_limits<T>::digits - std::numeric_limits<T>::min_exponent + 1;
+}
+
+// The precision the conversion means, kNoPrecision only for %a of a long double without one
+// (snprintf then shows every digit there is).
+template <typename T>
+int PrecisionOf(const Directive& directive, bool hex) {
+  constexpr int kDefaultPrecision = 6;
+  constexpr int kDoubleHexDigits = 13;
+  if (directive.precision != kNoPrecision) return directive.precision;
+  if (!hex) return kDefaultPrecision;
+  return std::is_same<T, double>::value ? kDoubleHexDigits : kNoPrecision;
+}
+
+// Where zeros beyond snprintf's digits belong: before the exponent, or at the end for %f.
+std::size_t ZerosPosition(const NarrowText& text, char conversion) {
+  if (conversion == 'f') return text.Length();
+  const bool hex = conversion == 'a' || conversion == 'A';
+  const void* found = std::memchr(text.Data(), hex ? 'p' : 'e', text.Length());
+  if (found == nullptr) found = std::memchr(text.Data(), hex ? 'P' : 'E', text.Length());
+  if (found == nullptr) return text.Length();
+  return static_cast<std::size_t>(static_cast<const char*>(found) - text.Data());
+}
+
+// [spaces] sign or "0x" [zero padding] digits [zeros] exponent [spaces]: the zeros are those of a
+// precision beyond what snprintf was asked for.
+void AppendFloatField(BoundedText& out, const Directive& directive, const NarrowText& text, bool hex,
+                      std::size_t zerosAt, std::size_t zeros) {
+  const char* data = text.Data();
+  const std::size_t length = text.Length();
+  const std::size_t prefix = SignAndHexPrefixLength(data, length, hex);
+  const std::size_t width = static_cast<std::size_t>(directive.width);
+  const std::size_t padding = width > length + zeros ? width - length - zeros : 0;
+  const bool zeroPad = ZeroPadsNumbers(directive);
+  if (!directive.left && !zeroPad) out.Append(padding, L' ');
+  out.AppendWidened(data, prefix);
+  if (zeroPad) out.Append(padding, L'0');
+  out.AppendWidened(data + prefix, zerosAt - prefix);
+  out.Append(zeros, L'0');
+  out.AppendWidened(data + zerosAt, length - zerosAt);
+  if (directive.left) out.Append(padding, L' ');
+}
+
+template <typename T>
+void AppendFloating(BoundedText& out, const Directive& directive, T value) {
   if (!std::isfinite(value)) {
     AppendNonFinite(out, directive, value);
     return;
@@ -387,34 +393,28 @@ void AppendFloating(std::wstring& out, const Directive& directive, T value) {
   // %F only differs from %f for infinities and NaNs, handled above.
   const char conversion = directive.conversion == L'F' ? 'f' : static_cast<char>(directive.conversion);
   const bool hex = conversion == 'a' || conversion == 'A';
-  constexpr int kDefaultPrecision = 6;
-  constexpr int kDoubleHexDigits = 13;
-  int precision = directive.precision;
-  if (precision == kNoPrecision) {
-    if (!hex) {
-      precision = kDefaultPrecision;
-    } else if (std::is_same<T, double>::value) {
-      precision = kDoubleHexDigits;
-    }
-  }
+  const int precision = PrecisionOf<T>(directive, hex);
   if (precision != kNoPrecision) value = RoundTiesAwayFromZero(value, conversion, precision);
+  const int asked = precision > MostExactDigits<T>() ? MostExactDigits<T>() : precision;
 
   char narrowFormat[16];
   BuildNarrowFormat(narrowFormat, directive, std::is_same<T, double>::value ? "" : "L", conversion);
   NarrowText text;
-  text.Format(narrowFormat, precision, value);
+  text.Format(narrowFormat, asked, value);
   if (!hex) WidenExponent(text);
-  const std::size_t prefix = SignAndHexPrefixLength(text.Data(), text.Length(), hex);
-  AppendField(out, directive, text.Data(), text.Length(), prefix, ZeroPadsNumbers(directive));
+  // %g drops trailing zeros unless '#' keeps them.
+  const bool keepsZeros = directive.alternate || (conversion != 'g' && conversion != 'G');
+  const std::size_t zeros = keepsZeros ? static_cast<std::size_t>(precision - asked) : 0;
+  AppendFloatField(out, directive, text, hex, ZerosPosition(text, conversion), zeros);
 }
 
 }  // namespace
 
-void AppendFloat(std::wstring& out, const Directive& directive, ArgReader& args) {
+void AppendFloat(BoundedText& out, const Directive& directive, ArgSource& args) {
   if (directive.longDouble) {
-    AppendFloating(out, directive, args.Next<long double>());
+    AppendFloating(out, directive, args.LongDouble());
   } else {
-    AppendFloating(out, directive, args.Next<double>());
+    AppendFloating(out, directive, args.Double());
   }
 }
 

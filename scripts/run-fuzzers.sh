@@ -1,24 +1,31 @@
 #!/usr/bin/env bash
 # Builds the libFuzzer targets (preset "fuzz": clang, AddressSanitizer, UndefinedBehaviorSanitizer)
 # and runs each for SECONDS (default 60), starting from the committed seeds in fuzz/corpus/config
-# (the configuration fuzzers) or fuzz/corpus/keys (the key press string fuzzer).
+# (the configuration fuzzers), fuzz/corpus/keys (the key press string fuzzer) or
+# fuzz/corpus/format (the wide formatter fuzzer).
 #
 #   scripts/run-fuzzers.sh [SECONDS]
+#
+# TAVRO_FUZZ_BUILD names another build directory for the fuzz preset (default build/fuzz), and
+# TAVRO_FUZZERS a space-separated choice of fuzzers (default all).
 #
 # New corpus entries, the fuzzers' temporary files and any reproducers go to a scratch directory
 # (kept and printed when something was found, removed otherwise); the committed corpus is only
 # read. Inputs stay below 64 KiB: the huge cases (1 MiB lines, 100,000 lines) are covered by
 # tests/config/bad_input_test.cpp instead. A hang of more than 10 s is a failure, as is a crash, a
-# leak, a failed check or more than 2 GiB of memory. Exits non-zero when any fuzzer found anything.
+# leak, a failed check or more than 2 GiB of memory. The formatter fuzzer is held tighter: no single
+# allocation over 64 MiB and no more than 512 MiB in all, since no format may make it allocate much
+# beyond its output limit. Exits non-zero when any fuzzer found anything.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 seconds=${1:-60}
 jobs=${TAVRO_JOBS:-2}
-fuzzers=(config_parse_fuzzer config_write_fuzzer key_string_fuzzer)
+build=${TAVRO_FUZZ_BUILD:-build/fuzz}
+read -r -a fuzzers <<<"${TAVRO_FUZZERS:-config_parse_fuzzer config_write_fuzzer key_string_fuzzer wide_format_fuzzer}"
 
-cmake --preset fuzz >/dev/null
-cmake --build --preset fuzz -j"$jobs" --target fuzzers
+cmake --preset fuzz -B "$build" >/dev/null
+cmake --build "$build" -j"$jobs" --target "${fuzzers[@]}"
 
 # Memory-backed when possible: each input is written to a file before it is parsed.
 scratch_base=/dev/shm
@@ -30,18 +37,23 @@ for fuzzer in "${fuzzers[@]}"; do
   work=$scratch/$fuzzer
   mkdir -p "$work/corpus" "$work/artifacts" "$work/tmp"
   printf '\n==== %s: %s s ====\n' "$fuzzer" "$seconds"
+  memory=(-rss_limit_mb=2048)
   case $fuzzer in
     key_*) seeds=fuzz/corpus/keys dict=fuzz/keys.dict ;;
+    wide_format_*)
+      seeds=fuzz/corpus/format dict=fuzz/format.dict
+      memory=(-malloc_limit_mb=64 -rss_limit_mb=512)
+      ;;
     *) seeds=fuzz/corpus/config dict=fuzz/config.dict ;;
   esac
   status=0
   # The first corpus directory receives new entries; the committed seeds come second, read only.
-  TMPDIR=$work/tmp "build/fuzz/bin/$fuzzer" "$work/corpus" "$seeds" \
+  TMPDIR=$work/tmp "$build/bin/$fuzzer" "$work/corpus" "$seeds" \
     -dict="$dict" \
     -max_total_time="$seconds" \
     -max_len=65536 \
     -timeout=10 \
-    -rss_limit_mb=2048 \
+    "${memory[@]}" \
     -artifact_prefix="$work/artifacts/" \
     -print_final_stats=1 >"$work/log" 2>&1 || status=$?
   grep -E '^(#[0-9]+ +DONE|Done [0-9]+ runs|stat::number_of_executed_units|stat::average_exec_per_sec|stat::peak_rss_mb)' \
