@@ -5,6 +5,7 @@
 
 #include "Config.h"
 #include "OsAutoLock.h"
+#include "config/stamp_text.h"
 #include "config/text_decoding.h"
 #include "logging/log_levels.h"
 #include "platform/file.h"
@@ -23,12 +24,14 @@ constexpr auto kRetryPause = std::chrono::milliseconds(200);
 bool Config::CfgFileModified() {
   Log(kLevelDebug, __LINE__, L"*** Config::CfgFileModified ***");
   OsAutoLock lock(&mCritSect);
-  FileModTime now;
-  if (!now.GetFSFModTime(mConfigFile, mFileTime.timeZone)) {
+  // The file's time rendered in the zone saved with the stamp, so that a change of the machine's
+  // zone alone is no change of the file. Rendered only when the raw time is new (stamp_text.h).
+  const wchar_t* now = CurrentStampText(mConfigFile, mFileTime.timeZone);
+  if (now == nullptr) {
     Log(kLevelDebug, __LINE__, L"GetFSFModTime failed so return true to force reparse");
     return true;
   }
-  if (std::wcscmp(now.timeString, mFileTime.timeString) != 0) {
+  if (std::wcscmp(now, mFileTime.timeString) != 0) {
     Log(kLevelDebug, __LINE__, L"Time strings were different so return true to force reparse");
     return true;
   }

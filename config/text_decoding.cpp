@@ -101,18 +101,29 @@ void LineReader::NextUtf16(std::wstring& line) {
 }
 
 void AppendUtf16Le(std::string& out, const std::wstring& text) {
-  auto put = [&out](unsigned unit) {
-    out.push_back(static_cast<char>(unit & 0xFF));
-    out.push_back(static_cast<char>((unit >> 8) & 0xFF));
-  };
-  for (const wchar_t c : text) {
-    const auto code = static_cast<unsigned long>(c);
+  AppendUtf16Le(out, text.data(), text.size());
+}
+
+void AppendUtf16Le(std::string& out, const wchar_t* text, std::size_t length) {
+  // One pass over the text, sized for two bytes a character: every log entry passes through here.
+  // A character beyond 16 bits (Linux) needs four, and grows the room as it is met.
+  const std::size_t start = out.size();
+  out.resize(start + 2 * length);
+  std::size_t at = start;
+  for (std::size_t i = 0; i < length; ++i) {
+    const auto code = static_cast<unsigned long>(text[i]);
     if (code > 0xFFFF) {
+      out.resize(out.size() + 2);
       const unsigned long offset = code - 0x10000;
-      put(static_cast<unsigned>(0xD800 + ((offset >> 10) & 0x3FF)));
-      put(static_cast<unsigned>(0xDC00 + (offset & 0x3FF)));
+      const unsigned high = 0xD800 + ((offset >> 10) & 0x3FF);
+      const unsigned low = 0xDC00 + (offset & 0x3FF);
+      out[at++] = static_cast<char>(high & 0xFF);
+      out[at++] = static_cast<char>(high >> 8);
+      out[at++] = static_cast<char>(low & 0xFF);
+      out[at++] = static_cast<char>(low >> 8);
     } else {
-      put(static_cast<unsigned>(code));
+      out[at++] = static_cast<char>(code & 0xFF);
+      out[at++] = static_cast<char>((code >> 8) & 0xFF);
     }
   }
 }

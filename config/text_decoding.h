@@ -40,6 +40,7 @@ class LineReader {
 // Appends `text` as UTF-16LE code units. Characters above U+FFFF (possible where wchar_t has 32
 // bits) become surrogate pairs.
 void AppendUtf16Le(std::string& out, const std::wstring& text);
+void AppendUtf16Le(std::string& out, const wchar_t* text, std::size_t length);
 
 }  // namespace Tavro_KVO_Util::internal
 

@@ -6,7 +6,8 @@
 #include <cstring>
 #include <ctime>
 
-#include "platform/posix/utf8.h"
+#include "platform/posix/narrow_path.h"
+#include "platform/utf8.h"
 
 namespace Tavro_KVO_Util::platform {
 namespace {
@@ -18,10 +19,10 @@ struct PosixZone {
 };
 static_assert(sizeof(PosixZone) <= sizeof(TimeZoneRecord::bytes), "zone must fit the record");
 
-bool LastWrite(const std::wstring& path, struct timespec& when) {
+bool LastWrite(const wchar_t* path, struct timespec& when) {
   struct stat info {};
   // stat, not open: Linux has no share modes to honour, and this runs inside every log call.
-  if (::stat(WideToUtf8(path).c_str(), &info) != 0) return false;
+  if (::stat(NarrowPath(path).c_str(), &info) != 0) return false;
   when = info.st_mtim;
   return true;
 }
@@ -32,7 +33,7 @@ bool CurrentTimeZoneFor(const std::wstring& path, TimeZoneRecord& zone) {
   // The offset the zone in force gives the file's own time (not now's): a file written in summer
   // and stamped in winter renders the same in the saved zone as through localtime.
   struct timespec when {};
-  if (!LastWrite(path, when)) return false;
+  if (!LastWrite(path.c_str(), when)) return false;
   struct tm local {};
   if (::localtime_r(&when.tv_sec, &local) == nullptr) return false;
   PosixZone posix{};
@@ -43,12 +44,18 @@ bool CurrentTimeZoneFor(const std::wstring& path, TimeZoneRecord& zone) {
   return true;
 }
 
-bool FileLastWriteTimeIn(const std::wstring& path, const TimeZoneRecord& zone, LocalTimeFields& local) {
+bool ReadLastWrite(const wchar_t* path, RawFileTime& time) {
   struct timespec when {};
-  if (!LastWrite(path, when)) return false;
+  if (path == nullptr || !LastWrite(path, when)) return false;
+  time = {static_cast<std::int64_t>(when.tv_sec), static_cast<std::int64_t>(when.tv_nsec)};
+  return true;
+}
+
+bool LocalFieldsIn(const RawFileTime& time, const TimeZoneRecord& zone, LocalTimeFields& local) {
   PosixZone posix{};
   std::memcpy(&posix, zone.bytes, sizeof posix);
-  const std::time_t shifted = when.tv_sec + static_cast<std::time_t>(posix.offsetSeconds);
+  const std::time_t shifted =
+      static_cast<std::time_t>(time.high) + static_cast<std::time_t>(posix.offsetSeconds);
   struct tm fields {};
   if (::gmtime_r(&shifted, &fields) == nullptr) return false;
   local = {fields.tm_mday,
@@ -57,7 +64,7 @@ bool FileLastWriteTimeIn(const std::wstring& path, const TimeZoneRecord& zone, L
            fields.tm_hour,
            fields.tm_min,
            fields.tm_sec,
-           static_cast<int>(when.tv_nsec / 1000000)};
+           static_cast<int>(time.low / 1000000)};
   return true;
 }
 

@@ -20,10 +20,11 @@ bool CurrentTimeZoneFor(const std::wstring& /*path*/, TimeZoneRecord& zone) {
   return true;
 }
 
-bool FileLastWriteTimeIn(const std::wstring& path, const TimeZoneRecord& zone, LocalTimeFields& local) {
+bool ReadLastWrite(const wchar_t* path, RawFileTime& time) {
+  if (path == nullptr) return false;
   // Read sharing only: a file held open for writing elsewhere cannot be stamped and so reads as
   // changed, which makes the store parse it again.
-  const UniqueFileHandle file(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ,
+  const UniqueFileHandle file(CreateFileW(path, GENERIC_READ, FILE_SHARE_READ,
                                           /*lpSecurityAttributes=*/nullptr, OPEN_EXISTING,
                                           FILE_ATTRIBUTE_NORMAL,
                                           /*hTemplateFile=*/nullptr));
@@ -31,6 +32,17 @@ bool FileLastWriteTimeIn(const std::wstring& path, const TimeZoneRecord& zone, L
   FILETIME lastWrite{};
   if (!GetFileTime(file.get(), /*lpCreationTime=*/nullptr, /*lpLastAccessTime=*/nullptr, &lastWrite))
     return false;
+  const auto ticks =
+      (static_cast<unsigned long long>(lastWrite.dwHighDateTime) << 32) | lastWrite.dwLowDateTime;
+  time = {static_cast<std::int64_t>(ticks), 0};
+  return true;
+}
+
+bool LocalFieldsIn(const RawFileTime& time, const TimeZoneRecord& zone, LocalTimeFields& local) {
+  const auto ticks = static_cast<unsigned long long>(time.high);
+  FILETIME lastWrite{};
+  lastWrite.dwLowDateTime = static_cast<DWORD>(ticks & 0xFFFFFFFFu);
+  lastWrite.dwHighDateTime = static_cast<DWORD>(ticks >> 32);
   SYSTEMTIME utc{};
   SYSTEMTIME inZone{};
   TIME_ZONE_INFORMATION info{};

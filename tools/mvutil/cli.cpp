@@ -2,6 +2,7 @@
 
 #include "command.h"
 #include "config_command.h"
+#include "config_location.h"
 #include "crc_commands.h"
 #include "keys_command.h"
 #include "log_command.h"
@@ -29,12 +30,12 @@ bool IsHelpFlag(const std::string& arg) { return arg == "--help" || arg == "-h";
 
 const std::vector<Command>& AllCommands() {
   static const std::vector<Command> kCommands = {
-      {"crc32", "CRC-32 (ISO-HDLC) of files or standard input", kCrc32Usage, RunCrc32Command},
-      {"crc16", "CRC-16/USB of files or standard input", kCrc16Usage, RunCrc16Command},
-      {"config", "read and change the shared configuration file", kConfigUsage, RunConfigCommand},
-      {"log", "write one entry to the shared log", kLogUsage, RunLogCommand},
-      {"tail", "print the last entries of the shared log, and follow it", kTailUsage, RunTailCommand},
-      {"keys", "check, show and send key press strings", kKeysUsage, RunKeysCommand},
+      {"crc32", "CRC-32 (ISO-HDLC) of files or standard input", kCrc32Usage, RunCrc32Command, false},
+      {"crc16", "CRC-16/USB of files or standard input", kCrc16Usage, RunCrc16Command, false},
+      {"config", "read and change the shared configuration file", kConfigUsage, RunConfigCommand, false},
+      {"log", "write one entry to the shared log", kLogUsage, RunLogCommand, true},
+      {"tail", "print the last entries of the shared log, and follow it", kTailUsage, RunTailCommand, true},
+      {"keys", "check, show and send key press strings", kKeysUsage, RunKeysCommand, true},
   };
   return kCommands;
 }
@@ -60,6 +61,7 @@ int Run(const Args& args, Io& io) {
       io.out << command.usage;
       return kExitOk;
     }
+    if (command.readsSharedConfig) WarnIfConfigMissing(DefaultConfigFile(), io.err);
     return command.run(rest, io);
   }
   io.err << "mvutil: unknown verb '" << verb << "'; run 'mvutil --help' for the list\n";

@@ -28,12 +28,17 @@ struct Command {
   const char* summary;  // one line for `mvutil --help`
   const char* usage;    // the whole text of `mvutil VERB --help`
   int (*run)(const Args& args, Io& io);
+  // The verb reads the shared configuration file or logs through the library, so a missing file
+  // makes it wait: Run warns first (see config_location.h). `config` decides for itself, since
+  // --file takes it to another file.
+  bool readsSharedConfig;
 };
 
 // Every verb, in the order `mvutil --help` lists them.
 const std::vector<Command>& AllCommands();
 
-// Runs `mvutil ARGS...`; `args` excludes the program name.
+// Runs `mvutil ARGS...`; `args` excludes the program name. Before a verb that reads the shared
+// configuration file runs (help aside), prints one warning on `io.err` when that file is missing.
 int Run(const Args& args, Io& io);
 
 // True when `arg` asks for help (`--help` or `-h`).

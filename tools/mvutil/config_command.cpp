@@ -9,6 +9,7 @@
 #include <ostream>
 
 #include "Config.h"
+#include "config_location.h"
 #include "wide_text.h"
 
 namespace mvutil {
@@ -85,6 +86,7 @@ int OpenStore(const ConfigArgs& args, bool writable, std::unique_ptr<Config>& co
     }
     config = std::make_unique<Config>(Utf8ToWide(*args.file).c_str(), /*logging=*/false, writable);
   } else {
+    WarnIfConfigMissing(DefaultConfigFile(), io.err);
     config = std::make_unique<Config>(/*logging=*/false, writable);
   }
   switch (config->Reload(true)) {
