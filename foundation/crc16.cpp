@@ -1,4 +1,5 @@
-// CRC16: start value, final inversion and reset.
+// CRC16: the choice of kernel by length. The start value, final inversion and reset are inline in
+// CRC16.h.
 #include "CRC16.h"
 
 #include "foundation/crc_kernels.h"
@@ -14,18 +15,10 @@ __attribute__((noinline)) int DigestLong(std::uint16_t* crc, const unsigned char
 
 }  // namespace
 
-CRC16::CRC16() : crc(0xFFFF) {}
-
 int CRC16::Digest(const unsigned char* data, unsigned long length) {
   if (length >= crc_internal::kCrc16ShortLimit) return DigestLong(&crc, data, length);
   crc = crc_internal::Crc16Short(crc, data, length);
   return 1;
-}
-
-unsigned short CRC16::Final() {
-  const auto result = static_cast<unsigned short>(~crc);
-  crc = 0xFFFF;
-  return result;
 }
 
 }  // namespace Tavro_KVO_Util

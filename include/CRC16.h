@@ -4,6 +4,8 @@
 // Bytes may be fed in any number of pieces. Final() returns the checksum and resets the object
 // for the next message, unlike Crc32::GetResult(), which keeps its state: the difference is
 // deliberate and callers rely on it. Allocates nothing. An object belongs to one thread at a time.
+// Everything but Digest is inline, so that checksumming a short buffer costs one call into the
+// library.
 //
 //   CRC16 crc;
 //   crc.Digest(data, length);
@@ -20,7 +22,7 @@ namespace Tavro_KVO_Util {
 class TAVRO_KVO_UTIL_API CRC16 {
  public:
   // Register 0xFFFF.
-  CRC16();
+  TAVRO_KVO_UTIL_KEEP_EXPORTED CRC16() : crc(0xFFFF) {}
 
   CRC16(const CRC16&) = default;
   // Copies the register.
@@ -31,7 +33,11 @@ class TAVRO_KVO_UTIL_API CRC16 {
   int Digest(const unsigned char* data, unsigned long length);
 
   // Returns ~crc and resets the register to 0xFFFF, so a second Final() right after returns 0.
-  unsigned short Final();
+  TAVRO_KVO_UTIL_KEEP_EXPORTED unsigned short Final() {
+    const auto result = static_cast<unsigned short>(~crc);
+    crc = 0xFFFF;
+    return result;
+  }
 
  private:
   std::uint16_t crc;  // running register

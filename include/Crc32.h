@@ -3,7 +3,8 @@
 // Bytes may be fed in any number of pieces; the result covers all of them. The work is done by
 // carry-less-multiply folding where the processor has it and by table slicing otherwise; every
 // path gives the same result as the byte-wise definition below. Allocates nothing. An object
-// belongs to one thread at a time.
+// belongs to one thread at a time. Everything but ProcessBuffer is inline, so that checksumming a
+// short buffer costs one call into the library.
 //
 //   Crc32 crc;                          // start value 0xFFFFFFFF
 //   crc.ProcessBuffer(data, length);
@@ -24,14 +25,17 @@ class TAVRO_KVO_UTIL_API Crc32 {
   static const std::uint32_t mCrc32Table[256];
 
   // Start value 0xFFFFFFFF, which gives the standard CRC-32.
-  Crc32();
+  TAVRO_KVO_UTIL_KEEP_EXPORTED Crc32() : crc(0xFFFFFFFF), xorOut(0xFFFFFFFF) {}
 
   // `init` serves both as the start value of the register and as the value XORed into the
   // result. The pairing is deliberate: with `init` 0 the result is the unfinalised CRC over a
   // zero register. Only the low 32 bits of `init` are used.
-  explicit Crc32(unsigned long init);
+  TAVRO_KVO_UTIL_KEEP_EXPORTED explicit Crc32(unsigned long init)
+      : crc(static_cast<std::uint32_t>(init)), xorOut(static_cast<std::uint32_t>(init)) {}
 
-  ~Crc32();
+  // Empty, but user-provided as it always was, not defaulted: a defaulted destructor would make the
+  // class trivial for calls and change how it is passed by value between modules.
+  TAVRO_KVO_UTIL_KEEP_EXPORTED ~Crc32() {}
   Crc32(const Crc32&) = default;
   Crc32& operator=(const Crc32&) = default;
 
@@ -41,7 +45,7 @@ class TAVRO_KVO_UTIL_API Crc32 {
 
   // Returns crc ^ init. The register is not reset: more data may follow, and a later call covers
   // every byte so far. Over no bytes the result is 0.
-  unsigned long GetResult() const;
+  TAVRO_KVO_UTIL_KEEP_EXPORTED unsigned long GetResult() const { return crc ^ xorOut; }
 
  private:
   std::uint32_t crc;     // running register

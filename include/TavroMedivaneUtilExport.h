@@ -16,4 +16,18 @@
 #define TAVRO_KVO_UTIL_API
 #endif
 
+// Marks a member that is defined in its header, so that callers inline it, but that earlier
+// versions defined in the library: while the library itself is built, the member is still emitted
+// out of line and exported, so programs built against those versions keep finding its symbol.
+// Both need saying: GCC leaves the inline members of a dllexport class out of a DLL's exports,
+// and on ELF platforms emits an inline function only where some call to it is not inlined.
+// Callers see no attribute.
+#if defined(TAVROMEDIVANEUTIL_BUILDING) && defined(_WIN32)
+#define TAVRO_KVO_UTIL_KEEP_EXPORTED __declspec(dllexport)
+#elif defined(TAVROMEDIVANEUTIL_BUILDING) && defined(__GNUC__)
+#define TAVRO_KVO_UTIL_KEEP_EXPORTED __attribute__((used))
+#else
+#define TAVRO_KVO_UTIL_KEEP_EXPORTED
+#endif
+
 #endif  // TAVROMEDIVANEUTIL_EXPORT_H
