@@ -20,7 +20,11 @@
 // configured debug areas.
 //
 // Every entry point may be called from any thread and never fails visibly: nothing is returned
-// and nothing is thrown, except "Auto lock failed." from OsAutoLock (see OsAutoLock.h).
+// and nothing is thrown, except "Auto lock failed." from OsAutoLock (see OsAutoLock.h). An entry
+// for which memory runs out is dropped and reported once per process ("Out of memory while
+// logging, the entry will not be logged"); one that does not fit on the disk is taken back whole,
+// never left as a partial line, and reported once ("Error writing to log file, the entry will not
+// be logged"). Each entry is built and placed with one copy of the settings, taken as it starts.
 //
 //   Logger* log = Logger::GetInstance();
 //   if (log) log->LogFmt(L"MyApp", 4, L".\\main.cpp", __LINE__, L"Started %s", name);
@@ -92,8 +96,9 @@ class TAVRO_KVO_UTIL_API Logger {
                const unsigned short* file, int line);
 
   // printf-style, with the Windows wide conventions on every platform: "%s" is a wide string,
-  // "%hs" a narrow one. Messages are cut at 10000 characters; a format that yields nothing is
-  // reported as "LogFmtVA() failed, String too large." at level 2.
+  // "%hs" a narrow one. A text that does not fit the buffer (which grows to 10000 characters), and
+  // a format that yields nothing, are written as "LogFmtVA() failed, String too large." at level 2
+  // instead; formatting stops at that limit, whatever widths or precisions the format asks for.
   void LogFmt(const wchar_t* area, int level, const wchar_t* file, int line, const wchar_t* format, ...);
 
   // The format is string `formatId` of the already loaded module "TavroMedivaneSDK.dll" (it is

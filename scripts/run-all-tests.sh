@@ -6,34 +6,71 @@
 # host-tsan runs the whole suite but one logger test, whose lock holder dies on purpose: the
 # preset leaves it out and says why (CMakePresets.json), and scripts/tsan-suppressions.txt names
 # the one report it silences.
+#
+# At the end, also after a failure, a table gives each stage's wall time and the total, so that a
+# run that nears CI's time limit shows where the time went.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+
+stage_names=()
+stage_times=()
+stage=""
+stage_start=$SECONDS
+
+# Closes the running stage (if any) with `$1` after its time, and starts the stage named `$2`.
+next_stage() {
+  if [ -n "$stage" ]; then
+    stage_names+=("$stage")
+    stage_times+=("$(minutes $((SECONDS - stage_start)))$1")
+  fi
+  stage=${2:-}
+  stage_start=$SECONDS
+  [ -z "$stage" ] || printf '\n==== %s ====\n' "$stage"
+}
+step() { next_stage "" "$*"; }
+minutes() { printf '%d:%02d' $(($1 / 60)) $(($1 % 60)); }
+
+print_times() {
+  local status=$?
+  if [ "$status" -eq 0 ]; then next_stage ""; else next_stage "  FAILED (exit code $status)"; fi
+  printf '\n==== wall time per stage ====\n'
+  local i
+  for i in "${!stage_names[@]}"; do printf '%-40s %s\n' "${stage_names[$i]}" "${stage_times[$i]}"; done
+  printf '%-40s %s\n' "total" "$(minutes "$SECONDS")"
+}
+trap print_times EXIT
+
+step "packages: install what is missing"
 source scripts/lib/require-packages.sh
 require_packages "${WINDOWS_BUILD_PACKAGES[@]}" "${HOST_TEST_PACKAGES[@]}"
 
 jobs=${TAVRO_JOBS:-2}
-step() { printf '\n==== %s ====\n' "$*"; }
 
 for preset in host host-asan host-tsan; do
-  step "$preset: build and test"
+  step "$preset: build"
   cmake --preset "$preset" >/dev/null
   cmake --build --preset "$preset" -j"$jobs"
+  step "$preset: test"
   ctest --preset "$preset" -j"$jobs"
 done
 
-step "windows: build, then test under Wine"
+step "windows: build"
 cmake --preset windows >/dev/null
 cmake --build --preset windows -j"$jobs"
+step "windows: test under Wine"
 scripts/with-wineserver.sh build/windows/wineprefix ctest --preset windows -j"$jobs"
 
-step "bench: build and smoke-run (ratios are measured with bench/*_ratios.py, see README)"
+# The ratios are measured with bench/*_ratios.py (see README); here each benchmark only runs once.
+step "bench: build and smoke-run"
 cmake --preset bench >/dev/null
 cmake --build --preset bench -j"$jobs"
 build/bench/bin/crc_bench --benchmark_min_time=0.01 >/dev/null
 build/bench/bin/config_bench --benchmark_min_time=0.01 >/dev/null
 build/bench/bin/logger_bench --benchmark_min_time=0.01 >/dev/null
 
-step "fuzz: each fuzzer for ${TAVRO_FUZZ_SECONDS:-60} s (a crash, leak, hang or OOM fails)"
+# A crash, leak, hang or running out of memory fails.
+step "fuzz: ${TAVRO_FUZZ_SECONDS:-60} s per fuzzer"
 scripts/run-fuzzers.sh "${TAVRO_FUZZ_SECONDS:-60}"
 
-step "all test suites passed"
+next_stage ""
+printf '\n==== all test suites passed ====\n'
