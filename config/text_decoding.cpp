@@ -1,5 +1,6 @@
 #include "config/text_decoding.h"
 
+#include <cstdint>
 #include <cstring>
 
 namespace Tavro_KVO_Util::internal {
@@ -105,25 +106,38 @@ void AppendUtf16Le(std::string& out, const std::wstring& text) {
 }
 
 void AppendUtf16Le(std::string& out, const wchar_t* text, std::size_t length) {
-  // One pass over the text, sized for two bytes a character: every log entry passes through here.
-  // A character beyond 16 bits (Linux) needs four, and grows the room as it is met.
+  // Every log entry passes through here. Text of 16-bit characters only (always on Windows, nearly
+  // always on Linux) is copied in one simple loop the compiler can vectorise.
+  bool wide = false;
+  for (std::size_t i = 0; i < length; ++i) {
+    const auto code = static_cast<unsigned long>(text[i]);
+    wide |= code > 0xFFFF;
+  }
   const std::size_t start = out.size();
-  out.resize(start + 2 * length);
-  std::size_t at = start;
+  if (!wide) {
+    out.resize(start + 2 * length);
+    unsigned char* at = reinterpret_cast<unsigned char*>(out.data() + start);
+    for (std::size_t i = 0; i < length; ++i) {
+      const auto unit = static_cast<std::uint16_t>(text[i]);
+      at[2 * i] = static_cast<unsigned char>(unit & 0xFF);
+      at[2 * i + 1] = static_cast<unsigned char>(unit >> 8);
+    }
+    return;
+  }
+  // Characters beyond 16 bits (possible where wchar_t has 32) become surrogate pairs.
+  out.reserve(start + 4 * length);
+  const auto put = [&out](unsigned unit) {
+    out.push_back(static_cast<char>(unit & 0xFF));
+    out.push_back(static_cast<char>((unit >> 8) & 0xFF));
+  };
   for (std::size_t i = 0; i < length; ++i) {
     const auto code = static_cast<unsigned long>(text[i]);
     if (code > 0xFFFF) {
-      out.resize(out.size() + 2);
       const unsigned long offset = code - 0x10000;
-      const unsigned high = 0xD800 + ((offset >> 10) & 0x3FF);
-      const unsigned low = 0xDC00 + (offset & 0x3FF);
-      out[at++] = static_cast<char>(high & 0xFF);
-      out[at++] = static_cast<char>(high >> 8);
-      out[at++] = static_cast<char>(low & 0xFF);
-      out[at++] = static_cast<char>(low >> 8);
+      put(static_cast<unsigned>(0xD800 + ((offset >> 10) & 0x3FF)));
+      put(static_cast<unsigned>(0xDC00 + (offset & 0x3FF)));
     } else {
-      out[at++] = static_cast<char>(code & 0xFF);
-      out[at++] = static_cast<char>((code >> 8) & 0xFF);
+      put(static_cast<unsigned>(code));
     }
   }
 }

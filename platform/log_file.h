@@ -25,7 +25,7 @@ class LogFile {
   // that every user and service can write it; Linux open(O_WRONLY | O_APPEND | O_CREAT, 0666)
   // with an exclusive advisory lock. `created` is true when the file did not exist before. False with
   // the OS error code in `error`.
-  bool OpenAlways(const std::wstring& path, bool& created, int& error);
+  bool OpenAlways(const wchar_t* path, bool& created, int& error);
 
   // Writes `bytes` at the end of the file, whole or not at all: when only part of them could be
   // written (a full disk), the file is cut back to where it ended, and the result is false.
@@ -52,7 +52,7 @@ bool DeleteFileAt(const std::wstring& path);
 bool RenameFile(const std::wstring& from, const std::wstring& to);
 
 enum class FileSizeResult { kOk, kMissing, kFailed };
-FileSizeResult FileSize(const std::wstring& path, unsigned long long& size);
+FileSizeResult FileSize(const wchar_t* path, unsigned long long& size);
 
 // Bytes available to the caller on the volume of `location`; an empty `location` means the
 // volume of the working directory. False when the OS cannot tell.

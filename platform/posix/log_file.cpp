@@ -46,7 +46,7 @@ UniqueFd OpenOrCreate(const std::string& path, bool& created) {
 
 }  // namespace
 
-bool LogFile::OpenAlways(const std::wstring& path, bool& created, int& error) {
+bool LogFile::OpenAlways(const wchar_t* path, bool& created, int& error) {
   bool isNew = false;
   UniqueFd fd = OpenOrCreate(NarrowPath(path), isNew);
   if (!fd) {
@@ -124,7 +124,7 @@ bool RenameFile(const std::wstring& from, const std::wstring& to) {
   return false;
 }
 
-FileSizeResult FileSize(const std::wstring& path, unsigned long long& size) {
+FileSizeResult FileSize(const wchar_t* path, unsigned long long& size) {
   struct stat info {};
   if (::stat(NarrowPath(path).c_str(), &info) != 0) {
     return errno == ENOENT || errno == ENOTDIR ? FileSizeResult::kMissing : FileSizeResult::kFailed;

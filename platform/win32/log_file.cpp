@@ -16,11 +16,11 @@
 
 namespace Tavro_KVO_Util::platform {
 
-bool LogFile::OpenAlways(const std::wstring& path, bool& created, int& error) {
+bool LogFile::OpenAlways(const wchar_t* path, bool& created, int& error) {
   // Without the descriptor the file gets default security; it can still be written by us.
   NullDaclAttributes security;
-  UniqueFileHandle file(CreateFileW(path.c_str(), GENERIC_WRITE, /*dwShareMode=*/0, security.get(),
-                                    OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, /*hTemplateFile=*/nullptr));
+  UniqueFileHandle file(CreateFileW(path, GENERIC_WRITE, /*dwShareMode=*/0, security.get(), OPEN_ALWAYS,
+                                    FILE_ATTRIBUTE_NORMAL, /*hTemplateFile=*/nullptr));
   if (!file) {
     error = static_cast<int>(GetLastError());
     return false;
@@ -86,9 +86,9 @@ bool RenameFile(const std::wstring& from, const std::wstring& to) {
   return MoveFileW(from.c_str(), to.c_str()) != FALSE;
 }
 
-FileSizeResult FileSize(const std::wstring& path, unsigned long long& size) {
+FileSizeResult FileSize(const wchar_t* path, unsigned long long& size) {
   WIN32_FILE_ATTRIBUTE_DATA data{};
-  if (!GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data)) {
+  if (!GetFileAttributesExW(path, GetFileExInfoStandard, &data)) {
     const DWORD error = GetLastError();
     return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ? FileSizeResult::kMissing
                                                                           : FileSizeResult::kFailed;

@@ -41,7 +41,7 @@ TEST(LogFile, OpenAlwaysCreatesAMissingFile) {
   LogFile file;
   bool created = false;
   int error = 0;
-  ASSERT_TRUE(file.OpenAlways(path.wstring(), created, error));
+  ASSERT_TRUE(file.OpenAlways(path.wstring().c_str(), created, error));
   EXPECT_TRUE(created);
   EXPECT_TRUE(file.IsOpen());
   EXPECT_TRUE(std::filesystem::exists(path));
@@ -55,7 +55,7 @@ TEST(LogFile, OpenAlwaysKeepsAnExistingFileAsItIs) {
     LogFile file;
     bool created = true;
     int error = 0;
-    ASSERT_TRUE(file.OpenAlways(path.wstring(), created, error));
+    ASSERT_TRUE(file.OpenAlways(path.wstring().c_str(), created, error));
     EXPECT_FALSE(created);
   }
   EXPECT_EQ(ReadBytes(path), "abc");
@@ -67,16 +67,16 @@ TEST(LogFile, SecondOpenFailsWhileTheFileIsOpen) {
   LogFile first;
   bool created = false;
   int error = 0;
-  ASSERT_TRUE(first.OpenAlways(path.wstring(), created, error));
+  ASSERT_TRUE(first.OpenAlways(path.wstring().c_str(), created, error));
 
   LogFile second;
-  EXPECT_FALSE(second.OpenAlways(path.wstring(), created, error));
+  EXPECT_FALSE(second.OpenAlways(path.wstring().c_str(), created, error));
   EXPECT_EQ(error, kSharingViolation);
   EXPECT_FALSE(second.IsOpen());
 
   first.Close();
   EXPECT_FALSE(first.IsOpen());
-  ASSERT_TRUE(second.OpenAlways(path.wstring(), created, error));
+  ASSERT_TRUE(second.OpenAlways(path.wstring().c_str(), created, error));
   EXPECT_FALSE(created);
 }
 
@@ -85,7 +85,7 @@ TEST(LogFile, OpenAlwaysInAMissingDirectoryFailsWithTheOsError) {
   LogFile file;
   bool created = false;
   int error = 0;
-  EXPECT_FALSE(file.OpenAlways((dir.path() / "missing" / "x.log").wstring(), created, error));
+  EXPECT_FALSE(file.OpenAlways((dir.path() / "missing" / "x.log").wstring().c_str(), created, error));
   EXPECT_EQ(error, kMissingDirectory);
   EXPECT_FALSE(file.IsOpen());
 }
@@ -97,7 +97,7 @@ TEST(LogFile, AppendWritesAtTheEnd) {
     LogFile file;
     bool created = false;
     int error = 0;
-    ASSERT_TRUE(file.OpenAlways(path.wstring(), created, error));
+    ASSERT_TRUE(file.OpenAlways(path.wstring().c_str(), created, error));
     EXPECT_TRUE(file.Append("def"));
     EXPECT_TRUE(file.Append("gh\r\n"));
   }
@@ -111,7 +111,7 @@ TEST(LogFile, WriteAddsAtTheEndOfAnExistingFile) {
     LogFile file;
     bool created = false;
     int error = 0;
-    ASSERT_TRUE(file.OpenAlways(path.wstring(), created, error));
+    ASSERT_TRUE(file.OpenAlways(path.wstring().c_str(), created, error));
     EXPECT_FALSE(created);
     EXPECT_TRUE(file.Write("XY"));
     EXPECT_TRUE(file.Write("Z"));
@@ -125,7 +125,7 @@ TEST(LogFile, MovedFileKeepsTheOpenFile) {
   LogFile first;
   bool created = false;
   int error = 0;
-  ASSERT_TRUE(first.OpenAlways(path.wstring(), created, error));
+  ASSERT_TRUE(first.OpenAlways(path.wstring().c_str(), created, error));
   LogFile second(std::move(first));
   EXPECT_FALSE(first.IsOpen());  // NOLINT(bugprone-use-after-move,clang-analyzer-cplusplus.Move)
   EXPECT_TRUE(second.IsOpen());
@@ -197,13 +197,13 @@ TEST(LogFile, RenameFailsWhenTheSourceIsMissing) {
 TEST(LogFile, FileSizeIsExactOrMissing) {
   const TempDir dir;
   unsigned long long size = 99;
-  EXPECT_EQ(FileSize(dir.WriteFile("sized.log", std::string(1234, 'x')).wstring(), size),
+  EXPECT_EQ(FileSize(dir.WriteFile("sized.log", std::string(1234, 'x')).wstring().c_str(), size),
             FileSizeResult::kOk);
   EXPECT_EQ(size, 1234u);
-  EXPECT_EQ(FileSize(dir.WriteFile("empty.log", "").wstring(), size), FileSizeResult::kOk);
+  EXPECT_EQ(FileSize(dir.WriteFile("empty.log", "").wstring().c_str(), size), FileSizeResult::kOk);
   EXPECT_EQ(size, 0u);
-  EXPECT_EQ(FileSize((dir.path() / "missing.log").wstring(), size), FileSizeResult::kMissing);
-  EXPECT_EQ(FileSize((dir.path() / "no" / "such.log").wstring(), size), FileSizeResult::kMissing);
+  EXPECT_EQ(FileSize((dir.path() / "missing.log").wstring().c_str(), size), FileSizeResult::kMissing);
+  EXPECT_EQ(FileSize((dir.path() / "no" / "such.log").wstring().c_str(), size), FileSizeResult::kMissing);
 }
 
 TEST(LogFile, FreeDiskSpaceOfADirectoryAndOfTheWorkingDirectory) {
