@@ -19,6 +19,7 @@
 #include <vector>
 
 #include "Config.h"
+#include "fuzz_check.h"
 #include "logging/library_log.h"
 
 namespace Tavro_KVO_Util {
@@ -32,15 +33,6 @@ class ConfigTestPeer {
 };
 
 namespace fuzzing {
-
-// A property that must hold did not: stop here so libFuzzer keeps the input.
-#define CONFIG_FUZZ_CHECK(condition)                                                      \
-  do {                                                                                    \
-    if (!(condition)) {                                                                   \
-      std::fprintf(stderr, "check failed: %s (%s:%d)\n", #condition, __FILE__, __LINE__); \
-      __builtin_trap();                                                                   \
-    }                                                                                     \
-  } while (0)
 
 // The store's own reports are swallowed: without a configuration file for the logger, a report
 // that reached it would wait out the file-open retries on every input.
@@ -62,10 +54,10 @@ class InputFile {
 
   void Write(const std::uint8_t* data, std::size_t size) const {
     const int fd = ::open(mNarrow.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-    CONFIG_FUZZ_CHECK(fd >= 0);
+    FUZZ_CHECK(fd >= 0);
     for (std::size_t done = 0; done < size;) {
       const ssize_t wrote = ::write(fd, data + done, size - done);
-      CONFIG_FUZZ_CHECK(wrote > 0);
+      FUZZ_CHECK(wrote > 0);
       done += static_cast<std::size_t>(wrote);
     }
     ::close(fd);
@@ -98,7 +90,7 @@ class InputFile {
  private:
   InputFile() {
     std::string pattern = BaseDirectory() + "/config-fuzz-XXXXXX";
-    CONFIG_FUZZ_CHECK(::mkdtemp(pattern.data()) != nullptr);
+    FUZZ_CHECK(::mkdtemp(pattern.data()) != nullptr);
     mDirectory = pattern;
     mNarrow = mDirectory + "/TavroMedivane.cfg";
     mWide.assign(mNarrow.begin(), mNarrow.end());  // mkdtemp's names are plain ASCII
@@ -166,25 +158,25 @@ inline bool HasLineBreak(const std::wstring& text) {
 
 // What the format promises of each record, whatever the bytes were.
 inline void CheckRecord(const ConfigLine& line) {
-  CONFIG_FUZZ_CHECK(!HasLineBreak(line.key) && !HasLineBreak(line.value));
+  FUZZ_CHECK(!HasLineBreak(line.key) && !HasLineBreak(line.value));
   switch (line.type) {
     case CFG_LINE_KEY_VALUE:
-      CONFIG_FUZZ_CHECK(!line.key.empty() && IsTrimmed(line.key) && IsTrimmed(line.value));
-      CONFIG_FUZZ_CHECK(line.key.find(L'=') == std::wstring::npos);
-      CONFIG_FUZZ_CHECK(line.key.find(L"//") == std::wstring::npos);
-      CONFIG_FUZZ_CHECK(line.value.find(L"//") == std::wstring::npos);
+      FUZZ_CHECK(!line.key.empty() && IsTrimmed(line.key) && IsTrimmed(line.value));
+      FUZZ_CHECK(line.key.find(L'=') == std::wstring::npos);
+      FUZZ_CHECK(line.key.find(L"//") == std::wstring::npos);
+      FUZZ_CHECK(line.value.find(L"//") == std::wstring::npos);
       break;
     case CFG_LINE_COMMENT:
-      CONFIG_FUZZ_CHECK(line.key.compare(0, 2, L"//") == 0 && line.value.empty());
+      FUZZ_CHECK(line.key.compare(0, 2, L"//") == 0 && line.value.empty());
       break;
     case CFG_LINE_BLANK:
-      CONFIG_FUZZ_CHECK(line.key.empty() && line.value.empty());
+      FUZZ_CHECK(line.key.empty() && line.value.empty());
       break;
     case CFG_LINE_MALFORMED:
-      CONFIG_FUZZ_CHECK(!line.key.empty() && line.value.empty());
+      FUZZ_CHECK(!line.key.empty() && line.value.empty());
       break;
     default:
-      CONFIG_FUZZ_CHECK(false);
+      FUZZ_CHECK(false);
   }
 }
 
@@ -192,7 +184,7 @@ inline void CheckRecord(const ConfigLine& line) {
 inline void CheckStoreIsConsistent(const Config& config) {
   const std::vector<ConfigLine>& lines = ConfigTestPeer::Lines(config);
   for (const ConfigLine& line : lines) CheckRecord(line);
-  CONFIG_FUZZ_CHECK(MapFromRecords(lines) == ConfigTestPeer::Map(config));
+  FUZZ_CHECK(MapFromRecords(lines) == ConfigTestPeer::Map(config));
 }
 
 }  // namespace fuzzing

@@ -60,22 +60,22 @@ void CheckGetParameter(const Config& config, const std::wstring& key) {
   std::wstring value = L"untouched";
   const CFGStatus status = config.GetParameter(key, value);
   if (found != map.end()) {
-    CONFIG_FUZZ_CHECK(status == CFG_SUCCESS && value == found->second);
+    FUZZ_CHECK(status == CFG_SUCCESS && value == found->second);
   } else {
-    CONFIG_FUZZ_CHECK(status == CFG_NOT_FOUND && value == L"untouched");
+    FUZZ_CHECK(status == CFG_NOT_FOUND && value == L"untouched");
   }
 
   // The buffer form: ask for the size, then fetch into exactly that much.
   int size = 0;
   const CFGStatus sizing = config.GetParameter(key, nullptr, &size);
   if (found == map.end()) {
-    CONFIG_FUZZ_CHECK(sizing == CFG_NOT_FOUND && size == 0);
+    FUZZ_CHECK(sizing == CFG_NOT_FOUND && size == 0);
     return;
   }
-  CONFIG_FUZZ_CHECK(sizing == CFG_BUFFER_TOO_SMALL && size == static_cast<int>(found->second.size() + 1));
+  FUZZ_CHECK(sizing == CFG_BUFFER_TOO_SMALL && size == static_cast<int>(found->second.size() + 1));
   std::vector<wchar_t> buffer(static_cast<std::size_t>(size));
-  CONFIG_FUZZ_CHECK(config.GetParameter(key, buffer.data(), &size) == CFG_SUCCESS);
-  CONFIG_FUZZ_CHECK(found->second.compare(0, std::wstring::npos, buffer.data(), buffer.size() - 1) == 0);
+  FUZZ_CHECK(config.GetParameter(key, buffer.data(), &size) == CFG_SUCCESS);
+  FUZZ_CHECK(found->second.compare(0, std::wstring::npos, buffer.data(), buffer.size() - 1) == 0);
 }
 
 // The numeric readers see arbitrary text; only their status is predictable from outside.
@@ -88,18 +88,18 @@ void CheckNumbers(const Config& config, const std::wstring& key) {
   double asDouble = 0;
   unsigned long asUnsigned = 0;
   unsigned long long asUnsigned64 = 0;
-  CONFIG_FUZZ_CHECK(expected(config.GetParameter(key, asLong)));
-  CONFIG_FUZZ_CHECK(expected(config.GetParameter(key, asDouble)));
-  CONFIG_FUZZ_CHECK(expected(config.GetParameter(key, 0, asUnsigned)));
-  CONFIG_FUZZ_CHECK(expected(config.GetParameter(key, 16, asUnsigned64)));
+  FUZZ_CHECK(expected(config.GetParameter(key, asLong)));
+  FUZZ_CHECK(expected(config.GetParameter(key, asDouble)));
+  FUZZ_CHECK(expected(config.GetParameter(key, 0, asUnsigned)));
+  FUZZ_CHECK(expected(config.GetParameter(key, 16, asUnsigned64)));
 }
 
 void CheckWholeSection(const Config& config) {
   const Map& map = ConfigTestPeer::Map(config);
   Map all;
   const CFGStatus status = config.GetSection(L"", all);
-  CONFIG_FUZZ_CHECK(status == (map.empty() ? CFG_NOT_FOUND : CFG_SUCCESS));
-  CONFIG_FUZZ_CHECK(all == map);
+  FUZZ_CHECK(status == (map.empty() ? CFG_NOT_FOUND : CFG_SUCCESS));
+  FUZZ_CHECK(all == map);
 }
 
 // A section is any key prefix: take the key up to its last "/", and the start of what follows as
@@ -114,16 +114,16 @@ void CheckSectionQueries(const Config& config, const std::wstring& key) {
   config.GetSection(section, under);
   std::size_t expectedCount = 0;
   for (const auto& entry : map) expectedCount += StartsWith(entry.first, section);
-  CONFIG_FUZZ_CHECK(under.size() == expectedCount);
-  for (const auto& [k, v] : under) CONFIG_FUZZ_CHECK(StartsWith(k, section) && map.at(k) == v);
+  FUZZ_CHECK(under.size() == expectedCount);
+  for (const auto& [k, v] : under) FUZZ_CHECK(StartsWith(k, section) && map.at(k) == v);
 
   Map shortKeys;
   config.GetSectionWithShortKeys(section, shortKeys);
-  CONFIG_FUZZ_CHECK(shortKeys.size() <= under.size());
+  FUZZ_CHECK(shortKeys.size() <= under.size());
 
   Map matching;
   config.GetMatchingKeys(section, name, matching);
-  for (const auto& [k, v] : matching) CONFIG_FUZZ_CHECK(StartsWith(k, section) && map.at(k) == v);
+  for (const auto& [k, v] : matching) FUZZ_CHECK(StartsWith(k, section) && map.at(k) == v);
 }
 
 // Answers from the first record of the key in file order, blank values included.
@@ -140,13 +140,13 @@ void CheckFirstRecordLookup(Config& config, const std::wstring& key) {
   unsigned long size = 0;
   const CFGStatus sizing = config.GetParameterFromUnorderedMap(key, nullptr, &size);
   if (first == nullptr) {
-    CONFIG_FUZZ_CHECK(sizing == CFG_NOT_FOUND);
+    FUZZ_CHECK(sizing == CFG_NOT_FOUND);
     return;
   }
-  CONFIG_FUZZ_CHECK(sizing == CFG_BUFFER_TOO_SMALL && size == expected.size() + 1);
+  FUZZ_CHECK(sizing == CFG_BUFFER_TOO_SMALL && size == expected.size() + 1);
   std::vector<wchar_t> buffer(size);
-  CONFIG_FUZZ_CHECK(config.GetParameterFromUnorderedMap(key, buffer.data(), &size) == CFG_SUCCESS);
-  CONFIG_FUZZ_CHECK(expected.compare(0, std::wstring::npos, buffer.data(), buffer.size() - 1) == 0);
+  FUZZ_CHECK(config.GetParameterFromUnorderedMap(key, buffer.data(), &size) == CFG_SUCCESS);
+  FUZZ_CHECK(expected.compare(0, std::wstring::npos, buffer.data(), buffer.size() - 1) == 0);
 }
 
 }  // namespace

@@ -84,8 +84,8 @@ std::vector<ConfigLine> WithKeySet(std::vector<ConfigLine> lines, const std::wst
 
 void CheckHolds(const Config& config, const std::vector<ConfigLine>& expected) {
   CheckStoreIsConsistent(config);
-  CONFIG_FUZZ_CHECK(SameRecords(ConfigTestPeer::Lines(config), expected));
-  CONFIG_FUZZ_CHECK(ConfigTestPeer::Map(config) == MapFromRecords(expected));
+  FUZZ_CHECK(SameRecords(ConfigTestPeer::Lines(config), expected));
+  FUZZ_CHECK(ConfigTestPeer::Map(config) == MapFromRecords(expected));
 }
 
 }  // namespace
@@ -103,7 +103,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::vector<ConfigLine> expected = WithKeySet(ConfigTestPeer::Lines(config), key, value);
 
     const CFGStatus status = config.SetParameter(key, value.c_str());
-    CONFIG_FUZZ_CHECK(status == CFG_SUCCESS);  // a private file in /tmp can always be written
+    FUZZ_CHECK(status == CFG_SUCCESS);  // a private file in /tmp can always be written
     CheckHolds(config, expected);
 
     const Config fresh(file.WidePath().c_str(), /*logging=*/false, /*writable=*/false);

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "KeyPressSimulator.h"
+#include "fuzz_check.h"
 #include "keypress/key_press_records.h"
 #include "keypress/keyboard_access.h"
 #include "platform/us_scan_codes.h"
@@ -23,15 +24,6 @@ namespace {
 using Tavro_KVO_Util::KeyPressRecords;
 using Tavro_KVO_Util::KeyPressSimulator;
 using Record = KeyPressSimulator::MY_INPUT;
-
-// A property that must hold did not: stop here so libFuzzer keeps the input.
-#define KEYS_FUZZ_CHECK(condition)                                                        \
-  do {                                                                                    \
-    if (!(condition)) {                                                                   \
-      std::fprintf(stderr, "check failed: %s (%s:%d)\n", #condition, __FILE__, __LINE__); \
-      __builtin_trap();                                                                   \
-    }                                                                                     \
-  } while (0)
 
 constexpr wchar_t kArea[] = L"KeyFuzz";
 
@@ -46,7 +38,7 @@ class PrivateInstallDir {
   PrivateInstallDir() {
     const char* tmp = std::getenv("TMPDIR");
     std::string pattern = std::string(tmp != nullptr && *tmp != '\0' ? tmp : "/tmp") + "/keys-fuzz-XXXXXX";
-    KEYS_FUZZ_CHECK(::mkdtemp(pattern.data()) != nullptr);
+    FUZZ_CHECK(::mkdtemp(pattern.data()) != nullptr);
     mRoot = pattern;
     std::filesystem::create_directories(mRoot / "Bin");
     std::ofstream(mRoot / "Bin" / "TavroMedivane.cfg", std::ios::binary)
@@ -55,7 +47,7 @@ class PrivateInstallDir {
         << "/Tavro/MedivaneSDK/Logging/WriteErrorsToEventLog=false\r\n"
         << "/Tavro/MedivaneSDK/Logging/FreeSpaceMinimum=0\r\n"
         << "/Tavro/MedivaneSDK/Logging/LogFileLocation=" << (mRoot / "logs").string() << "\r\n";
-    KEYS_FUZZ_CHECK(::setenv("KVO_INSTALL_DIR", mRoot.c_str(), 1) == 0);
+    FUZZ_CHECK(::setenv("KVO_INSTALL_DIR", mRoot.c_str(), 1) == 0);
   }
   ~PrivateInstallDir() {
     std::error_code ignored;
@@ -104,27 +96,27 @@ bool AllZero(const void* bytes, std::size_t size) {
 // One keyboard record as the simulator makes them: every field but the code and scan code fixed,
 // and the rest of the union zero.
 void CheckRecord(const Record& record) {
-  KEYS_FUZZ_CHECK(record.type == 1);
-  KEYS_FUZZ_CHECK(record.ki.dwFlags == 0 || record.ki.dwFlags == 2);
-  KEYS_FUZZ_CHECK(record.ki.time == 0 && record.ki.dwExtraInfo == 0);
+  FUZZ_CHECK(record.type == 1);
+  FUZZ_CHECK(record.ki.dwFlags == 0 || record.ki.dwFlags == 2);
+  FUZZ_CHECK(record.ki.time == 0 && record.ki.dwExtraInfo == 0);
   // The union's bytes past the keyboard record (the mouse record is longer) are zero too.
   const auto* ki = reinterpret_cast<const unsigned char*>(&record.ki);
-  KEYS_FUZZ_CHECK(AllZero(ki + sizeof record.ki, sizeof record.mi - sizeof record.ki));
+  FUZZ_CHECK(AllZero(ki + sizeof record.ki, sizeof record.mi - sizeof record.ki));
   const unsigned int code = record.ki.wVk;
-  KEYS_FUZZ_CHECK(record.ki.wScan == (code < 256 ? Tavro_KVO_Util::platform::kUsScanCodes[code] : 0));
+  FUZZ_CHECK(record.ki.wScan == (code < 256 ? Tavro_KVO_Util::platform::kUsScanCodes[code] : 0));
 }
 
 // Each group is its downs then its ups, the same keys in the same order.
 void CheckGroups(const std::vector<Record>& records) {
-  KEYS_FUZZ_CHECK(records.size() % 2 == 0);
+  FUZZ_CHECK(records.size() % 2 == 0);
   std::size_t at = 0;
   while (at < records.size()) {
     std::size_t downs = 0;
     while (at + downs < records.size() && records[at + downs].ki.dwFlags == 0) ++downs;
-    KEYS_FUZZ_CHECK(downs > 0 && at + 2 * downs <= records.size());
+    FUZZ_CHECK(downs > 0 && at + 2 * downs <= records.size());
     for (std::size_t i = 0; i < downs; ++i) {
       const Record& up = records[at + downs + i];
-      KEYS_FUZZ_CHECK(up.ki.dwFlags == 2 && up.ki.wVk == records[at + i].ki.wVk);
+      FUZZ_CHECK(up.ki.dwFlags == 2 && up.ki.wVk == records[at + i].ki.wVk);
     }
     at += 2 * downs;
   }
@@ -141,30 +133,29 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::wstring input = ToWide(data, size);
 
   const KeyPressSimulator::KPS_Status verdict = KeyPressSimulator::ValidateInputString(input, kArea);
-  KEYS_FUZZ_CHECK(verdict == KeyPressSimulator::KPS_OK || verdict == KeyPressSimulator::KPS_INVALID_FORMAT);
+  FUZZ_CHECK(verdict == KeyPressSimulator::KPS_OK || verdict == KeyPressSimulator::KPS_INVALID_FORMAT);
 
   Tavro_KVO_Util::internal::KeyboardRecorderForTesting keyboard;
   KeyPressSimulator simulator(input, /*fromConfig=*/false, kArea);
   const std::vector<Record> records = KeyPressRecords::Of(simulator);
-  KEYS_FUZZ_CHECK(static_cast<int>(records.size()) == KeyPressRecords::Count(simulator));
+  FUZZ_CHECK(static_cast<int>(records.size()) == KeyPressRecords::Count(simulator));
   for (const Record& record : records) CheckRecord(record);
   CheckGroups(records);
   // A valid string gives records exactly when it is not empty; an invalid one gives none.
   if (verdict == KeyPressSimulator::KPS_OK) {
-    KEYS_FUZZ_CHECK(records.empty() == input.empty());
+    FUZZ_CHECK(records.empty() == input.empty());
   } else {
-    KEYS_FUZZ_CHECK(records.empty());
+    FUZZ_CHECK(records.empty());
   }
 
-  KEYS_FUZZ_CHECK(simulator.DoSimulation() == KeyPressSimulator::KPS_OK);
+  FUZZ_CHECK(simulator.DoSimulation() == KeyPressSimulator::KPS_OK);
   const auto sends = keyboard.Sends();
   if (records.empty()) {
-    KEYS_FUZZ_CHECK(sends.empty());
+    FUZZ_CHECK(sends.empty());
   } else {
-    KEYS_FUZZ_CHECK(sends.size() == 1 && sends[0].count == records.size() &&
-                    sends[0].recordSize == static_cast<int>(sizeof(Record)));
-    KEYS_FUZZ_CHECK(std::memcmp(sends[0].records.data(), records.data(), records.size() * sizeof(Record)) ==
-                    0);
+    FUZZ_CHECK(sends.size() == 1 && sends[0].count == records.size() &&
+               sends[0].recordSize == static_cast<int>(sizeof(Record)));
+    FUZZ_CHECK(std::memcmp(sends[0].records.data(), records.data(), records.size() * sizeof(Record)) == 0);
   }
   return 0;
 }

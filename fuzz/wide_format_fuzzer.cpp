@@ -16,21 +16,13 @@
 #include <limits>
 #include <string>
 
+#include "fuzz_check.h"
 #include "logging/wide_format_parts.h"
 
 namespace {
 
 using Tavro_KVO_Util::internal::ArgSource;
 using Tavro_KVO_Util::internal::IntSize;
-
-// A property that must hold did not: stop here so libFuzzer keeps the input.
-#define FORMAT_FUZZ_CHECK(condition)                                                      \
-  do {                                                                                    \
-    if (!(condition)) {                                                                   \
-      std::fprintf(stderr, "check failed: %s (%s:%d)\n", #condition, __FILE__, __LINE__); \
-      __builtin_trap();                                                                   \
-    }                                                                                     \
-  } while (0)
 
 // LogFmt's limit first; the others reach the cut-off at every kind of place.
 constexpr std::size_t kLimits[] = {10000, 0, 1, 7, 100, 1000, 4095, 20000};
@@ -150,8 +142,8 @@ std::wstring Format(const std::wstring& format, const std::uint8_t* args, std::s
                     std::size_t limit) {
   FuzzArgs source(args, size);
   std::wstring text;
-  FORMAT_FUZZ_CHECK(Tavro_KVO_Util::internal::FormatWideFrom(text, format.c_str(), source, limit));
-  FORMAT_FUZZ_CHECK(text.size() <= limit + 1);
+  FUZZ_CHECK(Tavro_KVO_Util::internal::FormatWideFrom(text, format.c_str(), source, limit));
+  FUZZ_CHECK(text.size() <= limit + 1);
   return text;
 }
 
@@ -173,6 +165,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::wstring text = Format(format, args, argsSize, limit);
   // A larger limit only lets the same text run on.
   const std::wstring longer = Format(format, args, argsSize, 2 * limit + 64);
-  FORMAT_FUZZ_CHECK(text == longer.substr(0, limit + 1));
+  FUZZ_CHECK(text == longer.substr(0, limit + 1));
   return 0;
 }
