@@ -19,6 +19,7 @@
 #include "platform/win32/windows_include.h"
 #include "support/config_file.h"
 #include "support/environment.h"
+#include "support/private_install_dir.h"
 #include "support/temp_dir.h"
 
 namespace Tavro_KVO_Util {
@@ -28,23 +29,6 @@ using testing::ScopedEnvironmentVariable;
 using testing::TempDir;
 
 constexpr wchar_t kArea[] = L"KeyTest";
-
-// A private configuration and log for the whole program, so that a logged failure never waits on
-// a missing configuration file nor lands in the working directory.
-class PrivateInstallDir {
- public:
-  PrivateInstallDir() {
-    std::filesystem::create_directories(mDir.path() / "Bin");
-    const std::wstring logs = (mDir.path() / "logs").wstring();
-    testing::WriteBytes(mDir.path() / "Bin" / "TavroMedivane.cfg",
-                        testing::Utf16LeBytes(L"/Tavro/MedivaneSDK/Logging/LogFileLocation=" + logs +
-                                              L"\r\n/Tavro/MedivaneSDK/Logging/FreeSpaceMinimum=0\r\n"));
-  }
-
- private:
-  TempDir mDir;
-  ScopedEnvironmentVariable mInstallDir{"KVO_INSTALL_DIR", mDir.path().string()};
-};
 
 // Runs the thread's messages for up to `limit`, or until `done` says so.
 template <typename Done>
@@ -62,7 +46,7 @@ void PumpMessages(std::chrono::milliseconds limit, Done done) {
 
 class WindowsKeyboard : public ::testing::Test {
  protected:
-  PrivateInstallDir mInstall;
+  testing::PrivateInstallDir mInstall;
 };
 
 TEST_F(WindowsKeyboard, RecordHasExactlyTheLayoutOfInput) {
