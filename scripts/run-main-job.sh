@@ -34,6 +34,19 @@ main_job() {
   run_mvutil keys check 'a b' || echo "(exit code $?)"
   run_mvutil keys show '{CONTROL}+{ALT}+d'
   run_mvutil tail -n 2 --area mvutil
+  image_job
+}
+image_job() {
+  # A sample picture converted and stretched in memory by ImageUtil; the results go to the
+  # install folder and are read back by the library.
+  local images=$KVO_INSTALL_DIR/Images
+  mkdir -p "$images"
+  run_mvutil image info examples/sample.png
+  run_mvutil image convert examples/sample.png "$images/sample.jpg" --to jpeg --quality 80
+  run_mvutil image info "$images/sample.jpg"
+  run_mvutil image resize examples/sample.png "$images/sample-320x90.bmp" 320x90
+  run_mvutil image info "$images/sample-320x90.bmp"
+  run_mvutil image convert examples/check-123456789.txt "$images/not-an-image.png" --to png || echo "(exit code $?)"
 }
 log_job() {
   # The shared log: kept in the install folder rather than in the working directory (the default).

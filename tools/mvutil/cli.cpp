@@ -4,6 +4,7 @@
 #include "config_command.h"
 #include "config_location.h"
 #include "crc_commands.h"
+#include "image_command.h"
 #include "keys_command.h"
 #include "log_command.h"
 #include "tail_command.h"
@@ -36,6 +37,7 @@ const std::vector<Command>& AllCommands() {
       {"log", "write one entry to the shared log", kLogUsage, RunLogCommand, true},
       {"tail", "print the last entries of the shared log, and follow it", kTailUsage, RunTailCommand, true},
       {"keys", "check, show and send key press strings", kKeysUsage, RunKeysCommand, true},
+      {"image", "convert, resize, inspect and copy images", kImageUsage, RunImageCommand, true},
   };
   return kCommands;
 }
