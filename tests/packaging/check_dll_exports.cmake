@@ -53,7 +53,14 @@ set(expected
   "Tavro_KVO_Util::KeyPressSimulator::DoSimulation()"
   "Tavro_KVO_Util::KeyPressSimulator::ValidateInputString(std::__cxx11::basic_string<wchar_t"
   "Tavro_KVO_Util::KeyPressSimulator::KeyPressSimulator(std::__cxx11::basic_string<wchar_t"
-  "Tavro_KVO_Util::KeyPressSimulator::~KeyPressSimulator()")
+  "Tavro_KVO_Util::KeyPressSimulator::~KeyPressSimulator()"
+  "Tavro_KVO_Util::ImageUtil::ImageUtil()"
+  "Tavro_KVO_Util::ImageUtil::~ImageUtil()"
+  "Tavro_KVO_Util::ImageUtil::operator=(Tavro_KVO_Util::ImageUtil const&)"
+  "Tavro_KVO_Util::ImageUtil::SetImageFormat(unsigned char*, unsigned long, unsigned char*&, unsigned long*, mvImageFormat)"
+  "Tavro_KVO_Util::ImageUtil::SetImageDimensions(unsigned char*, unsigned long, unsigned char*&, unsigned long*, tagSIZE)"
+  "Tavro_KVO_Util::ImageUtil::CopyToClipBoard(unsigned char*, unsigned long)"
+  "Tavro_KVO_Util::ImageUtil::GetEncoderClsid(wchar_t const*, _GUID*)")
 # The plain function keeps its undecorated name for callers that cannot use the classes.
 if(NOT table MATCHES "[ \t]MV_LogFmt\r?\n")
   message(SEND_ERROR "MV_LogFmt is not exported under its plain name")
