@@ -2,7 +2,8 @@
 # Builds the libFuzzer targets (preset "fuzz": clang, AddressSanitizer, UndefinedBehaviorSanitizer)
 # and runs each for SECONDS (default 60), starting from the committed seeds in fuzz/corpus/config
 # (the configuration fuzzers), fuzz/corpus/keys (the key press string fuzzer) or
-# fuzz/corpus/format (the wide formatter fuzzer).
+# fuzz/corpus/format (the wide formatter fuzzer); the image fuzzer starts from the image test
+# fixtures, written by Pillow into the scratch directory, and is held to 1 GiB.
 #
 #   scripts/run-fuzzers.sh [SECONDS]
 #
@@ -22,7 +23,7 @@ cd "$(dirname "$0")/.."
 seconds=${1:-60}
 jobs=${TAVRO_JOBS:-2}
 build=${TAVRO_FUZZ_BUILD:-build/fuzz}
-read -r -a fuzzers <<<"${TAVRO_FUZZERS:-config_parse_fuzzer config_write_fuzzer key_string_fuzzer wide_format_fuzzer}"
+read -r -a fuzzers <<<"${TAVRO_FUZZERS:-config_parse_fuzzer config_write_fuzzer key_string_fuzzer wide_format_fuzzer image_fuzzer}"
 
 cmake --preset fuzz -B "$build" >/dev/null
 cmake --build "$build" -j"$jobs" --target "${fuzzers[@]}"
@@ -43,6 +44,12 @@ for fuzzer in "${fuzzers[@]}"; do
     wide_format_*)
       seeds=fuzz/corpus/format dict=fuzz/format.dict
       memory=(-malloc_limit_mb=64 -rss_limit_mb=512)
+      ;;
+    image_*)
+      # Seeds: the test fixtures, written by Pillow (small images of every input format).
+      seeds=$work/seeds dict=fuzz/image.dict
+      /usr/bin/python3 tests/image/make_fixtures.py "$seeds" >/dev/null
+      memory=(-rss_limit_mb=1024)
       ;;
     *) seeds=fuzz/corpus/config dict=fuzz/config.dict ;;
   esac
