@@ -29,6 +29,8 @@
 //   1 band of 16 bits                              -> 16-bit grey     (TIFF 8-bit RGB)
 //   3 bands of 16 bits                             -> 48-bit RGB      (TIFF 8-bit RGB, PNG 16-bit)
 //   4 bands of 16 bits                             -> 64-bit ARGB     (TIFF 8-bit RGB)
+// A JPEG stretched to a quarter of its size or less is decoded at a reduced scale by the JPEG
+// decoder first, never below twice the target, so the bicubic resize still makes the last 2x.
 // The JPEG quality goes to libvips's Q as it is; libvips takes only 1 to 100, so a larger value
 // fails the save ("pSrcImage->Save() returns ERROR!").
 //

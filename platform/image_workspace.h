@@ -9,7 +9,9 @@
 // truncated files, do not decode there.
 //
 // Each step mirrors one step of the conversion, so that the caller can report each failure with
-// its own text. A workspace belongs to one call on one thread.
+// its own text. A workspace belongs to one call on one thread, and its decoded source is read
+// once: one SaveSource, or one StretchSource with its SaveStretched (Linux streams the pixels from
+// top to bottom, so a 12-megapixel photo never sits in memory whole).
 #ifndef TAVROMEDIVANEUTIL_PLATFORM_IMAGE_WORKSPACE_H
 #define TAVROMEDIVANEUTIL_PLATFORM_IMAGE_WORKSPACE_H
 

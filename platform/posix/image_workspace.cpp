@@ -404,6 +404,34 @@ ImageWorkspace::~ImageWorkspace() {
   mState->decoded.reset();
 }
 
+// A JPEG stretched to half its size or less is decoded at 1/2, 1/4 or 1/8 scale by the decoder
+// itself (its DCT scaling skips most of the work), never below twice the target, so that the
+// bicubic resize still makes the last reduction of at least 2x. Null when that does not apply.
+namespace {
+
+VipsImagePtr JpegDecodedSmaller(VipsImage* decoded, const unsigned char* source, std::size_t length, int cx,
+                                int cy) {
+  const char* loader = nullptr;
+  if (vips_image_get_string(decoded, "vips-loader", &loader) != 0 || loader == nullptr ||
+      std::strcmp(loader, "jpegload_buffer") != 0) {
+    vips_error_clear();
+    return nullptr;
+  }
+  const int width = vips_image_get_width(decoded);
+  const int height = vips_image_get_height(decoded);
+  int shrink = 1;
+  while (shrink < 8 && width / (shrink * 2) >= 2 * cx && height / (shrink * 2) >= 2 * cy) shrink *= 2;
+  if (shrink == 1) return nullptr;
+  VipsImage* out = nullptr;
+  VipsImagePtr smaller = VipsResult(
+      vips_jpegload_buffer(const_cast<unsigned char*>(source), length, &out, "shrink", shrink, "access",
+                           VIPS_ACCESS_SEQUENTIAL, "fail_on", VIPS_FAIL_ON_TRUNCATED, nullptr),
+      out);
+  return smaller ? Normalised(std::move(smaller)) : nullptr;
+}
+
+}  // namespace
+
 // Nothing to create: the faults a test injects fail the same steps as on Windows.
 ImageWorkspace::OpenStatus ImageWorkspace::Open() {
   if (ImageFaultInjected(ImageFault::kTempPath)) return OpenStatus::kNoTempPath;
@@ -441,15 +469,11 @@ void ImageWorkspace::LoadSource() {
   if (!WithinLimits(lazy.get())) return;
   lazy = Normalised(std::move(lazy));
   if (!lazy) return;
-  // Decoded into memory once, from top to bottom: the stretch and the savers read it in any order,
-  // and nothing goes to a temporary file.
-  VipsImage* decoded = vips_image_copy_memory(lazy.get());
-  if (decoded == nullptr) {
-    ForgetVipsError();
-    return;
-  }
-  s.decoded.reset(decoded);
-  s.pixelFormat = VipsPixelFormat(decoded);
+  // Decoded later, strip by strip, as the one save (or stretch and save) reads it from top to
+  // bottom: a 12-megapixel photo never sits in memory whole. A decoding error (a truncated file)
+  // surfaces there, as a failed save.
+  s.pixelFormat = VipsPixelFormat(lazy.get());
+  s.decoded = std::move(lazy);
 }
 
 std::uint32_t ImageWorkspace::SourcePixelFormat() { return mState->pixelFormat; }
@@ -474,7 +498,8 @@ void ImageWorkspace::StretchSource(std::int32_t cx, std::int32_t cy) {
   s.stretched.reset();
   if (!s.decoded || cx <= 0 || cy <= 0) return;
   if (static_cast<std::uint64_t>(cx) * static_cast<std::uint64_t>(cy) > ImageUtil::kMaxLinuxPixels) return;
-  s.stretched = Stretched(s.decoded.get(), cx, cy);
+  VipsImagePtr reduced = JpegDecodedSmaller(s.decoded.get(), s.source, s.sourceLength, cx, cy);
+  s.stretched = Stretched(reduced ? reduced.get() : s.decoded.get(), cx, cy);
 }
 
 void ImageWorkspace::SaveStretched(const ImageEncoderClsid& encoder) {

@@ -157,5 +157,18 @@ TEST(ImageOutputs, AJpegSourceStretchesToABmp) {
                150);
 }
 
+// Linux decodes a JPEG at half scale first when the target is a quarter of it or less; the
+// result must still be the exact size and close to a bicubic stretch of the whole picture.
+TEST(ImageOutputs, AJpegStretchedToAQuarterKeepsItsSizeAndPicture) {
+  ImageUtil images;
+  Manifest manifest;
+  const auto result = Stretch(images, Fixture("large640x480.jpg"), 160, 120);
+  ASSERT_TRUE(result.ok);
+  EXPECT_EQ(ReadBmpHeader(result.bytes).width, 160);
+  EXPECT_EQ(ReadBmpHeader(result.bytes).height, 120);
+  manifest.Add("large640x480.jpg.stretch160x120.bmp", result.bytes, "large640x480.jpg", "stretch", "bmp", 160,
+               120);
+}
+
 }  // namespace
 }  // namespace Tavro_KVO_Util

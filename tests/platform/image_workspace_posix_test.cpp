@@ -463,7 +463,8 @@ TEST_F(ImageWorkspacePosix, TruncatedFilesDoNotDecode) {
     const Bytes cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(whole.size() / 2));
     ImageWorkspace workspace;
     OpenAndLoad(workspace, cut);
-    EXPECT_EQ(workspace.SourcePixelFormat(), pixel_format::kUndefined);
+    // The header is whole, so the pixel format is known; the pixels are not, so the save fails.
+    EXPECT_EQ(workspace.SourcePixelFormat(), pixel_format::k24bppRGB);
     EXPECT_FALSE(workspace.SaveSource(Encoder(L"image/png"), nullptr));
     EXPECT_EQ(workspace.DestinationSize(), 0u);
   }
@@ -684,15 +685,21 @@ TEST_F(ImageWorkspacePosix, AnUnknownEncoderFailsTheSaveAfterTheBlockIsHandedOve
 TEST_F(ImageWorkspacePosix, SavesRecordTheParameterBlockTheyHandOver) {
   EncoderParameterRecorderForTesting recorder;
   const Bytes png = Png(Quadrants(kWidth, kHeight, 3).get());
-  ImageWorkspace workspace;
-  OpenAndLoad(workspace, png);
   const EncoderParameter quality{kEncoderQuality, 40};
   const EncoderParameter depth{kEncoderColorDepth, 24};
   const EncoderParameter refused{kEncoderQuality, 101};
-  ASSERT_TRUE(workspace.SaveSource(Encoder(L"image/jpeg"), &quality));
-  ASSERT_TRUE(workspace.SaveSource(Encoder(L"image/tiff"), &depth));
-  ASSERT_TRUE(workspace.SaveSource(Encoder(L"image/png"), nullptr));
-  ASSERT_FALSE(workspace.SaveSource(Encoder(L"image/jpeg"), &refused));
+  // A workspace per save: each decoded source is read once, from top to bottom.
+  auto save = [&](const wchar_t* mime, const EncoderParameter* parameter) {
+    ImageWorkspace workspace;
+    OpenAndLoad(workspace, png);
+    return workspace.SaveSource(Encoder(mime), parameter);
+  };
+  ASSERT_TRUE(save(L"image/jpeg", &quality));
+  ASSERT_TRUE(save(L"image/tiff", &depth));
+  ASSERT_TRUE(save(L"image/png", nullptr));
+  ASSERT_FALSE(save(L"image/jpeg", &refused));
+  ImageWorkspace workspace;
+  OpenAndLoad(workspace, png);
   workspace.StretchSource(8, 6);
   workspace.SaveStretched(Encoder(L"image/bmp"));
 
