@@ -72,5 +72,5 @@ log_job() {
   echo "($written of 20 writer entries in $logs/KVO.log)"
   [ "$written" -eq 20 ]
 }
-export -f run_mvutil main_job log_job
+export -f run_mvutil main_job log_job image_job
 scripts/with-wineserver.sh build/windows/wineprefix bash -c main_job
