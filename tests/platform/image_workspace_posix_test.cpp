@@ -20,6 +20,7 @@
 #include "platform/image_codecs.h"
 #include "platform/image_faults.h"
 #include "platform/image_workspace.h"
+#include "platform/image_workspace_fixture.h"
 #include "platform/posix/vips_support.h"
 
 namespace Tavro_KVO_Util::platform {
@@ -30,12 +31,6 @@ using OpenStatus = ImageWorkspace::OpenStatus;
 
 constexpr int kWidth = 64;
 constexpr int kHeight = 48;
-
-std::uint32_t Le32At(const Bytes& bytes, std::size_t offset) {
-  std::uint32_t value = 0;
-  for (int i = 3; i >= 0; --i) value = (value << 8) | bytes.at(offset + static_cast<std::size_t>(i));
-  return value;
-}
 
 std::uint16_t Le16At(const Bytes& bytes, std::size_t offset) {
   return static_cast<std::uint16_t>(bytes.at(offset) | (bytes.at(offset + 1) << 8));
@@ -213,41 +208,12 @@ long PeakResidentKilobytes() {
 
 // ---------------------------------------------------------------------------------------------
 
-Bytes ReadAllDestination(ImageWorkspace& workspace) {
-  Bytes out(static_cast<std::size_t>(workspace.DestinationSize()));
-  if (!workspace.RewindDestination()) return {};
-  workspace.ReadDestination(out.data(), static_cast<unsigned long>(out.size()));
-  return out;
-}
-
 bool SameGuid(const ImageEncoderClsid& a, const ImageEncoderClsid& b) {
   return std::memcmp(&a, &b, sizeof(ImageEncoderClsid)) == 0;
 }
 
-class ImageWorkspacePosix : public ::testing::Test {
+class ImageWorkspacePosix : public ImageWorkspaceTest {
  protected:
-  void SetUp() override {
-    mToken = StartImaging();
-    ASSERT_NE(mToken, 0u);
-    ASSERT_EQ(ListImageEncoders(mEncoders), EncoderListStatus::kListed);
-  }
-  void TearDown() override { StopImaging(mToken); }
-
-  ImageEncoderClsid Encoder(const wchar_t* mimeType) {
-    for (const ImageEncoder& encoder : mEncoders) {
-      if (encoder.mimeType == mimeType) return encoder.clsid;
-    }
-    ADD_FAILURE() << "no encoder for " << ::testing::PrintToString(std::wstring(mimeType));
-    return {};
-  }
-
-  // Opens `workspace` and decodes `source` in it; `source` must outlive the workspace.
-  static void OpenAndLoad(ImageWorkspace& workspace, const Bytes& source) {
-    ASSERT_EQ(workspace.Open(), OpenStatus::kOpen);
-    ASSERT_TRUE(workspace.WriteSource(source.data(), static_cast<unsigned long>(source.size())));
-    workspace.LoadSource();
-  }
-
   // `source` saved with the encoder of `mimeType` (and `parameter`); empty when the save fails.
   Bytes Converted(const Bytes& source, const wchar_t* mimeType, const EncoderParameter* parameter = nullptr) {
     ImageWorkspace workspace;
@@ -265,9 +231,6 @@ class ImageWorkspacePosix : public ::testing::Test {
     workspace.SaveStretched(Encoder(mimeType));
     return ReadAllDestination(workspace);
   }
-
-  std::uintptr_t mToken = 0;
-  std::vector<ImageEncoder> mEncoders;
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -347,24 +310,6 @@ TEST_F(ImageWorkspacePosix, EachOpenFaultFailsItsStep) {
   }
   ImageWorkspace workspace;
   EXPECT_EQ(workspace.Open(), OpenStatus::kOpen);
-}
-
-TEST_F(ImageWorkspacePosix, WriteAndRewindFaultsFailTheirSteps) {
-  const Bytes png = Png(Quadrants(kWidth, kHeight, 3).get());
-  ImageWorkspace workspace;
-  ASSERT_EQ(workspace.Open(), OpenStatus::kOpen);
-  {
-    ImageFaultForTesting fault(ImageFault::kWriteSource);
-    EXPECT_FALSE(workspace.WriteSource(png.data(), static_cast<unsigned long>(png.size())));
-  }
-  EXPECT_TRUE(workspace.WriteSource(png.data(), static_cast<unsigned long>(png.size())));
-  workspace.LoadSource();
-  ASSERT_TRUE(workspace.SaveSource(Encoder(L"image/bmp"), nullptr));
-  {
-    ImageFaultForTesting fault(ImageFault::kRewind);
-    EXPECT_FALSE(workspace.RewindDestination());
-  }
-  EXPECT_TRUE(workspace.RewindDestination());
 }
 
 TEST_F(ImageWorkspacePosix, AWorkspaceThatIsNotOpenTakesNoSourceAndDoesNotRewind) {

@@ -14,57 +14,12 @@
 #include "platform/image_codecs.h"
 #include "platform/image_faults.h"
 #include "platform/image_workspace.h"
+#include "platform/image_workspace_fixture.h"
 #include "platform/win32/unique_handle.h"
 #include "platform/win32/windows_include.h"
 
 namespace Tavro_KVO_Util::platform {
 namespace {
-
-using OpenStatus = ImageWorkspace::OpenStatus;
-
-void PutLe16(std::vector<unsigned char>& out, std::uint16_t value) {
-  out.push_back(static_cast<unsigned char>(value));
-  out.push_back(static_cast<unsigned char>(value >> 8));
-}
-
-void PutLe32(std::vector<unsigned char>& out, std::uint32_t value) {
-  for (int shift = 0; shift < 32; shift += 8) out.push_back(static_cast<unsigned char>(value >> shift));
-}
-
-std::uint32_t Le32At(const std::vector<unsigned char>& bytes, std::size_t offset) {
-  std::uint32_t value = 0;
-  for (int i = 3; i >= 0; --i) value = (value << 8) | bytes.at(offset + static_cast<std::size_t>(i));
-  return value;
-}
-
-// A 4x3 24-bit BMP: a 14-byte file header, a 40-byte information header, three bottom-up rows of
-// 12 bytes (already a multiple of four, so no padding).
-std::vector<unsigned char> Bmp4x3() {
-  constexpr std::uint32_t kWidth = 4, kHeight = 3, kRowBytes = 12, kPixelOffset = 54;
-  std::vector<unsigned char> bmp = {'B', 'M'};
-  PutLe32(bmp, kPixelOffset + kRowBytes * kHeight);
-  PutLe32(bmp, 0);  // reserved
-  PutLe32(bmp, kPixelOffset);
-  PutLe32(bmp, 40);  // information header size
-  PutLe32(bmp, kWidth);
-  PutLe32(bmp, kHeight);
-  PutLe16(bmp, 1);   // planes
-  PutLe16(bmp, 24);  // bits per pixel
-  PutLe32(bmp, 0);   // BI_RGB
-  PutLe32(bmp, kRowBytes * kHeight);
-  PutLe32(bmp, 2835);  // 72 dpi, in pixels per metre
-  PutLe32(bmp, 2835);
-  PutLe32(bmp, 0);  // colours used
-  PutLe32(bmp, 0);  // important colours
-  for (std::uint32_t y = 0; y < kHeight; ++y) {
-    for (std::uint32_t x = 0; x < kWidth; ++x) {
-      bmp.push_back(static_cast<unsigned char>(40 * x));   // blue
-      bmp.push_back(static_cast<unsigned char>(80 * y));   // green
-      bmp.push_back(static_cast<unsigned char>(200 - x));  // red
-    }
-  }
-  return bmp;
-}
 
 // "<temporary folder>TavroID<this thread's id in upper-case hex>.cmp"
 std::wstring WorkspaceFileName() {
@@ -100,44 +55,8 @@ bool RetryWhileClipboardBusy(Attempt attempt) {
   return false;
 }
 
-std::vector<unsigned char> ReadAllDestination(ImageWorkspace& workspace) {
-  std::vector<unsigned char> out(static_cast<std::size_t>(workspace.DestinationSize()));
-  if (!workspace.RewindDestination()) return {};
-  workspace.ReadDestination(out.data(), static_cast<unsigned long>(out.size()));
-  return out;
-}
-
-class ImageWorkspaceWin32 : public ::testing::Test {
- protected:
-  void SetUp() override {
-    ASSERT_EQ(StartComApartment(), ComStart::kInitialized);
-    mToken = StartImaging();
-    ASSERT_NE(mToken, 0u);
-    ASSERT_EQ(ListImageEncoders(mEncoders), EncoderListStatus::kListed);
-  }
-  void TearDown() override {
-    StopImaging(mToken);
-    EndComApartment();
-  }
-
-  ImageEncoderClsid Encoder(const wchar_t* mimeType) {
-    for (const ImageEncoder& encoder : mEncoders) {
-      if (encoder.mimeType == mimeType) return encoder.clsid;
-    }
-    ADD_FAILURE() << "no encoder for " << ::testing::PrintToString(std::wstring(mimeType));
-    return {};
-  }
-
-  // Opens `workspace` and decodes `source` in it.
-  static void OpenAndLoad(ImageWorkspace& workspace, const std::vector<unsigned char>& source) {
-    ASSERT_EQ(workspace.Open(), OpenStatus::kOpen);
-    ASSERT_TRUE(workspace.WriteSource(source.data(), static_cast<unsigned long>(source.size())));
-    workspace.LoadSource();
-  }
-
-  std::uintptr_t mToken = 0;
-  std::vector<ImageEncoder> mEncoders;
-};
+// COM started for the thread, as ImageUtil starts it.
+class ImageWorkspaceWin32 : public ImageWorkspaceTest {};
 
 TEST_F(ImageWorkspaceWin32, EncodersComeInTheSystemOrder) {
   std::vector<std::wstring> mimeTypes;
@@ -209,24 +128,6 @@ TEST_F(ImageWorkspaceWin32, EachOpenFaultFailsItsStepAndLeavesNoFile) {
   }
 }
 
-TEST_F(ImageWorkspaceWin32, WriteAndRewindFaultsFailTheirSteps) {
-  const std::vector<unsigned char> bmp = Bmp4x3();
-  ImageWorkspace workspace;
-  ASSERT_EQ(workspace.Open(), OpenStatus::kOpen);
-  {
-    ImageFaultForTesting fault(ImageFault::kWriteSource);
-    EXPECT_FALSE(workspace.WriteSource(bmp.data(), static_cast<unsigned long>(bmp.size())));
-  }
-  EXPECT_TRUE(workspace.WriteSource(bmp.data(), static_cast<unsigned long>(bmp.size())));
-  workspace.LoadSource();
-  ASSERT_TRUE(workspace.SaveSource(Encoder(L"image/bmp"), nullptr));
-  {
-    ImageFaultForTesting fault(ImageFault::kRewind);
-    EXPECT_FALSE(workspace.RewindDestination());
-  }
-  EXPECT_TRUE(workspace.RewindDestination());
-}
-
 TEST_F(ImageWorkspaceWin32, UndecodableSourceFailsTheSave) {
   const std::vector<unsigned char> junk(64, 0x5a);
   ImageWorkspace workspace;
@@ -255,20 +156,6 @@ TEST_F(ImageWorkspaceWin32, SavesRecordTheParameterBlockTheyHandOver) {
   EXPECT_EQ(blocks[0].value, 40u);
   EXPECT_EQ(blocks[1].count, 0u);
   EXPECT_EQ(blocks[2].count, 0u);
-}
-
-TEST_F(ImageWorkspaceWin32, StretchedBitmapHasTheAskedForSize) {
-  ImageWorkspace workspace;
-  OpenAndLoad(workspace, Bmp4x3());
-  workspace.StretchSource(8, 6);
-  workspace.SaveStretched(Encoder(L"image/bmp"));
-  const std::vector<unsigned char> bmp = ReadAllDestination(workspace);
-  ASSERT_GE(bmp.size(), 54u);
-  EXPECT_EQ(bmp[0], 'B');
-  EXPECT_EQ(bmp[1], 'M');
-  EXPECT_EQ(Le32At(bmp, 18), 8u);  // width
-  EXPECT_EQ(Le32At(bmp, 22), 6u);  // height (bottom-up)
-  EXPECT_EQ(bmp[28], 24);          // the source's 24 bits per pixel
 }
 
 TEST_F(ImageWorkspaceWin32, DibIsPlacedOnTheClipboard) {

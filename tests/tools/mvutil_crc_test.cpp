@@ -4,27 +4,13 @@
 #include <string>
 
 #include "command.h"
+#include "run_tool.h"
 #include "support/temp_dir.h"
 
 namespace mvutil {
 namespace {
 
 using Tavro_KVO_Util::testing::TempDir;
-
-struct Result {
-  int code;
-  std::string out;
-  std::string err;
-};
-
-Result RunTool(const Args& args, const std::string& standardInput = "") {
-  std::istringstream in(standardInput);
-  std::ostringstream out;
-  std::ostringstream err;
-  Io io{in, out, err};
-  const int code = Run(args, io);
-  return {code, out.str(), err.str()};
-}
 
 TEST(MvutilCrc32, PrintsCheckValueAndNameOfEachFile) {
   TempDir dir;

@@ -8,6 +8,7 @@
 
 #include "command.h"
 #include "image/image_test_support.h"
+#include "run_tool.h"
 #include "support/private_install_dir.h"
 #include "support/temp_dir.h"
 
@@ -19,21 +20,6 @@ using Tavro_KVO_Util::testing::ReadBmpHeader;
 using Tavro_KVO_Util::testing::ReadImageFile;
 using Tavro_KVO_Util::testing::Signature;
 using Tavro_KVO_Util::testing::TempDir;
-
-struct Result {
-  int code;
-  std::string out;
-  std::string err;
-};
-
-Result RunTool(const Args& args) {
-  std::istringstream in;
-  std::ostringstream out;
-  std::ostringstream err;
-  Io io{in, out, err};
-  const int code = Run(args, io);
-  return {code, out.str(), err.str()};
-}
 
 class MvutilImage : public ::testing::Test {
  protected:

@@ -10,6 +10,7 @@
 
 #include "command.h"
 #include "config_location.h"
+#include "run_tool.h"
 #include "support/config_file.h"
 #include "support/environment.h"
 #include "support/temp_dir.h"
@@ -26,21 +27,6 @@ namespace {
 using Tavro_KVO_Util::testing::ScopedEnvironmentVariable;
 using Tavro_KVO_Util::testing::TempDir;
 namespace support = Tavro_KVO_Util::testing;
-
-struct Result {
-  int code;
-  std::string out;
-  std::string err;
-};
-
-Result RunTool(const Args& args) {
-  std::istringstream in;
-  std::ostringstream out;
-  std::ostringstream err;
-  Io io{in, out, err};
-  const int code = Run(args, io);
-  return {code, out.str(), err.str()};
-}
 
 std::size_t Count(const std::string& text, const std::string& part) {
   std::size_t count = 0;
