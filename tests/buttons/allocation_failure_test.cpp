@@ -7,7 +7,7 @@
 
 #include "ButtonActionInfoList.h"
 #include "ButtonActionInfoPidList.h"
-#include "buttons/allocation_failures.h"
+#include "support/allocation_failures.h"
 #include "buttons/button_log_fixture.h"
 #include "buttons/button_records.h"
 #include "buttons/button_registry_test_peer.h"

@@ -1,16 +1,14 @@
 // Every entry point of the logger when memory runs out while it makes the entry: nothing is
 // thrown, the entry is dropped, the event log hears of it once, and the next entry is written.
 //
-// The program replaces operator new and delete (as tests/buttons/allocation_failures.cpp does),
-// which reaches the library's own allocations because its objects are linked in. A test makes the
-// next allocation of at least a given size fail: the large allocations of an entry (the message,
-// the data, the formatted text) come before the machine-wide log mutex is taken.
+// The program replaces operator new and delete (support/allocation_failures.cpp), which reaches
+// the library's own allocations because its objects are linked in. A test makes the next
+// allocation of at least a given size fail: the large allocations of an entry (the message, the
+// data, the formatted text) come before the machine-wide log mutex is taken.
 #include <gtest/gtest.h>
 
 #include <climits>
 #include <cstdarg>
-#include <cstdlib>
-#include <new>
 #include <string>
 #include <thread>
 #include <vector>
@@ -18,42 +16,7 @@
 #include "logging/hook_mutex.h"
 #include "logging/logger_fixture.h"
 #include "logging/wide_format.h"
-
-namespace {
-
-// Per thread, so that nothing another thread allocates can take the failure.
-thread_local std::size_t tFailFromSize = 0;  // 0: no failure armed
-thread_local int tLetThrough = 0;            // matching allocations that succeed before one fails
-thread_local bool tFailed = false;
-
-void* Allocate(std::size_t size) noexcept {
-  if (tFailFromSize != 0 && size >= tFailFromSize && tLetThrough-- == 0) {
-    tFailFromSize = 0;
-    tFailed = true;
-    return nullptr;
-  }
-  return std::malloc(size == 0 ? 1 : size);
-}
-
-void* AllocateOrThrow(std::size_t size) {
-  if (void* memory = Allocate(size)) return memory;
-  throw std::bad_alloc();
-}
-
-}  // namespace
-
-// Every form the library and the standard library use; the aligned forms stay the runtime's own
-// and never mix with these (they have their own delete).
-void* operator new(std::size_t size) { return AllocateOrThrow(size); }
-void* operator new[](std::size_t size) { return AllocateOrThrow(size); }
-void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept { return Allocate(size); }
-void* operator new[](std::size_t size, const std::nothrow_t& /*tag*/) noexcept { return Allocate(size); }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete[](void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t /*size*/) noexcept { std::free(memory); }
-void operator delete[](void* memory, std::size_t /*size*/) noexcept { std::free(memory); }
-void operator delete(void* memory, const std::nothrow_t& /*tag*/) noexcept { std::free(memory); }
-void operator delete[](void* memory, const std::nothrow_t& /*tag*/) noexcept { std::free(memory); }
+#include "support/allocation_failures.h"
 
 namespace Tavro_KVO_Util {
 namespace {
@@ -81,12 +44,11 @@ class LoggerOutOfMemory : public LoggerTest {
   // failure happened.
   template <typename Entry>
   void RunOutOfMemory(Entry entry, std::size_t size = kLargeAllocation) {
-    tFailed = false;
-    tLetThrough = 0;
-    tFailFromSize = size;
+    testing::FailAllocationFromSize(size);
     entry();
-    tFailFromSize = 0;
-    EXPECT_TRUE(tFailed) << "no allocation of " << size << " bytes or more was made";
+    const bool failed = testing::SizedAllocationFailed();
+    testing::FailAllocationFromSize(0);
+    EXPECT_TRUE(failed) << "no allocation of " << size << " bytes or more was made";
   }
 
   // The dropped entry left no line, the event log heard of it once, and the next entry arrives.
@@ -166,13 +128,11 @@ TEST_F(LoggerOutOfMemory, TheLogMutexIsGivenBackWhereverMemoryRunsOut) {
   const std::wstring message(9000, L'm');
   int failures = 0;
   for (int letThrough = 0; letThrough < 50; ++letThrough) {
-    tFailed = false;
-    tLetThrough = letThrough;
-    tFailFromSize = kLargeAllocation;
+    testing::FailAllocationFromSize(kLargeAllocation, letThrough);
     TheLogger().Log(L"A", 4, message.c_str(), L".\\t.cpp", 1);
-    tFailFromSize = 0;
-    tLetThrough = 0;
-    if (!tFailed) break;  // every large allocation of the entry has failed once
+    const bool failed = testing::SizedAllocationFailed();
+    testing::FailAllocationFromSize(0);
+    if (!failed) break;  // every large allocation of the entry has failed once
     ++failures;
     platform::WaitResult waited = platform::WaitResult::kFailed;
     std::thread([&] {
@@ -197,11 +157,11 @@ bool FormatInto(std::wstring& text, std::size_t limit, const wchar_t* format, ..
 TEST(WideFormatOutOfMemory, FormatWideIntoSaysSoAndKeepsTheTextSoFar) {
   const std::wstring longText(kLongText, L'y');
   std::wstring text;
-  tFailed = false;
-  tFailFromSize = kLargeAllocation;
+  testing::FailAllocationFromSize(kLargeAllocation);
   const bool formatted = FormatInto(text, 100000, L"ab%s", longText.c_str());
-  tFailFromSize = 0;
-  EXPECT_TRUE(tFailed);
+  const bool failed = testing::SizedAllocationFailed();
+  testing::FailAllocationFromSize(0);
+  EXPECT_TRUE(failed);
   EXPECT_FALSE(formatted);
   EXPECT_EQ(text, L"ab");
 }

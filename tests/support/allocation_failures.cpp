@@ -1,4 +1,4 @@
-#include "buttons/allocation_failures.h"
+#include "support/allocation_failures.h"
 
 #include <cstdlib>
 #include <new>
@@ -7,9 +7,17 @@ namespace {
 
 // Per thread, so that nothing another thread allocates can take the failure.
 thread_local int gUntilFailure = 0;
+thread_local std::size_t gFailFromSize = 0;  // 0: no size rule armed
+thread_local int gLetThrough = 0;            // allocations of that size that succeed first
+thread_local bool gSizedFailed = false;
 
 void* Allocate(std::size_t size) noexcept {
   if (gUntilFailure > 0 && --gUntilFailure == 0) return nullptr;
+  if (gFailFromSize != 0 && size >= gFailFromSize && gLetThrough-- == 0) {
+    gFailFromSize = 0;
+    gSizedFailed = true;
+    return nullptr;
+  }
   return std::malloc(size == 0 ? 1 : size);
 }
 
@@ -25,6 +33,14 @@ namespace Tavro_KVO_Util::testing {
 void FailNthAllocation(int n) { gUntilFailure = n; }
 
 int AllocationsUntilFailure() { return gUntilFailure; }
+
+void FailAllocationFromSize(std::size_t minimumSize, int letThrough) {
+  gSizedFailed = false;
+  gLetThrough = letThrough;
+  gFailFromSize = minimumSize;
+}
+
+bool SizedAllocationFailed() { return gSizedFailed; }
 
 }  // namespace Tavro_KVO_Util::testing
 
