@@ -28,12 +28,16 @@ bool ImageUtil::CopyToClipBoard(unsigned char* src, unsigned long srcLen) {
     return false;
   }
   std::wstring reason;
-  switch (platform::PlaceDibOnClipboard(src + kBmpFileHeaderSize, srcLen - kBmpFileHeaderSize, reason)) {
+  const platform::ClipboardPlacement placement =
+      platform::PlaceDibOnClipboard(src + kBmpFileHeaderSize, srcLen - kBmpFileHeaderSize, reason);
+  if (placement == platform::ClipboardPlacement::kPlaced ||
+      placement == platform::ClipboardPlacement::kRefused) {
+    ReportImage(kCopyToClipBoardArea, internal::kLevelInfo, __LINE__, L"Clipboard Open SUCCESS");
+  }
+  switch (placement) {
     case platform::ClipboardPlacement::kPlaced:
-      ReportImage(kCopyToClipBoardArea, internal::kLevelInfo, __LINE__, L"Clipboard Open SUCCESS");
       return true;
     case platform::ClipboardPlacement::kRefused:
-      ReportImage(kCopyToClipBoardArea, internal::kLevelInfo, __LINE__, L"Clipboard Open SUCCESS");
       ReportImage(kCopyToClipBoardArea, internal::kLevelError, __LINE__, L"SetClipboardData FAILED!");
       return false;
     case platform::ClipboardPlacement::kNotOpened:

@@ -266,9 +266,9 @@ TEST_F(ImageMessages, AFailedRewindReturnsFalseButHandsTheArrayOver) {
   EXPECT_FALSE(result.ok);
   EXPECT_TRUE(result.dstSet);  // the caller owns it and must free it (TakeOutput did)
   EXPECT_EQ(result.length, 54u + 64u * 48u * 3u);
-  EXPECT_TRUE(recorder.Messages(2).empty());
-  EXPECT_NE(Lines(recorder).back(),
-            Line(kFormat, 4, L"Setting Seek pointer success..Reading from Destination Stream"));
+  // No error line, and the read's line is missing: the steps end at the failed seek.
+  EXPECT_EQ(Lines(recorder),
+            Join({{Line(kFormat, 4, L"***Setting Image Format***")}, LookupLines(L"image/bmp")}));
 }
 
 TEST_F(ImageMessages, ASuccessfulStretchWritesItsStepsAtInfo) {
@@ -388,7 +388,9 @@ TEST_F(ImageMessages, LinuxHasNoClipboardAndSaysSo) {
   const auto lines = Lines(recorder);
   ASSERT_EQ(lines.size(), 2u);
   EXPECT_EQ(lines[0], Line(kClipboard, 4, L"***Copying Image to Clipboard***"));
-  EXPECT_EQ(lines[1].rfind(Line(kClipboard, 2, L"No system clipboard to copy to: "), 0), 0u) << lines[1];
+  EXPECT_EQ(lines[1], Line(kClipboard, 2,
+                           L"No system clipboard to copy to: a headless Linux process has no system "
+                           L"clipboard to reach"));
 }
 #endif
 

@@ -114,7 +114,7 @@ TEST(ImageOutputs, A640x480PngStretchesTo320x320InItsPixelFormat) {
                320);
 }
 
-TEST(ImageOutputs, A32BitSourceStretchesTo32Bits) {
+TEST(ImageOutputs, AnArgbSourceStretchesTo32BitsOr24UnderWine) {
   ImageUtil images;
   Manifest manifest;
   const auto result = Stretch(images, Fixture("argb32.png"), 100, 30);

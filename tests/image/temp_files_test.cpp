@@ -50,7 +50,7 @@ TEST_F(ImageTempFiles, NothingIsLeftAfterAnUnknownEncoder) {
 }
 
 TEST_F(ImageTempFiles, NothingIsLeftAfterAFailedSave) {
-  // Libvips refuses a JPEG quality above 100, and a truncated source cannot be saved anywhere.
+  // A source cut inside its pixels decodes its header but cannot be saved in any format.
   auto truncated = Fixture("rgb24.png");
   truncated.resize(40);
   ASSERT_FALSE(Convert(images, truncated, IT_PNG).ok);
