@@ -1,0 +1,38 @@
+// Platform service: plays a sound file asynchronously, one sound at a time per process.
+//
+// Windows: PlaySoundW with the file name and the flags as given; its result is not looked at
+// (callers rely on the platform's own fall-back to the default sound for files it cannot play).
+// Linux: libcanberra on the user's sound server. kPlayNoStop drops the request while this process
+// still plays a sound; without it the sound that plays is cancelled and the new one starts (also
+// when the new one then fails). "\\" in the path is taken as "/" there, so scheme paths written
+// for Windows work on both. The process keeps one libcanberra context, opened at the first request
+// and closed at exit. A connection that broke (the server was restarted) is replaced by a new one
+// within the request; a request that finds no server fails with libcanberra's reason and the
+// server asked for in `whyNot`, and the next request tries again. An empty path fails ("no file
+// name"): Linux has no default sound to play in its place, and the sound that plays goes on.
+// Libcanberra's own CANBERRA_DRIVER and PULSE_SERVER apply.
+#ifndef TAVROMEDIVANEUTIL_PLATFORM_SOUND_PLAYER_H
+#define TAVROMEDIVANEUTIL_PLATFORM_SOUND_PLAYER_H
+
+#include <string>
+
+namespace Tavro_KVO_Util::platform {
+
+// PlaySoundW's flags, numbered as Windows numbers them.
+inline constexpr unsigned long kPlayAsync = 0x0001;      // SND_ASYNC
+inline constexpr unsigned long kPlayNoStop = 0x0010;     // SND_NOSTOP
+inline constexpr unsigned long kPlayFileName = 0x20000;  // SND_FILENAME
+
+enum class PlayOutcome {
+  kHandedOver,  // the system took the request (Windows always says so)
+  kDropped,     // kPlayNoStop and a sound of this process was still playing
+  kFailed,      // nothing will play; `whyNot` says why (no sound server, unreadable file, ...)
+};
+
+// Never blocks for longer than it takes to hand the request over; never throws. Thread-safe.
+// `whyNot` is set for kFailed and empty otherwise.
+PlayOutcome PlaySoundFile(const std::wstring& path, unsigned long flags, std::wstring& whyNot);
+
+}  // namespace Tavro_KVO_Util::platform
+
+#endif  // TAVROMEDIVANEUTIL_PLATFORM_SOUND_PLAYER_H
