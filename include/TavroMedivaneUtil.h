@@ -2,8 +2,9 @@
 //
 // Including this header gives every exported class. Each class also has a header of its own.
 // Everything lives in namespace Tavro_KVO_Util except mvButtonType, mvImageType and mvImageFormat,
-// which the product's programs share. No function of the library throws, with the single
-// exception of OsAutoLock's constructor (see OsAutoLock.h).
+// which the product's programs share, and the dialog layout class DlgResize with its record
+// DlgResizeInfo, which exist on Windows only and are included here only there. No function of the
+// library throws, with the single exception of OsAutoLock's constructor (see OsAutoLock.h).
 #ifndef TAVROMEDIVANEUTIL_H
 #define TAVROMEDIVANEUTIL_H
 
@@ -15,6 +16,9 @@
 #include "CRC16.h"
 #include "Config.h"
 #include "Crc32.h"
+#ifdef _WIN32
+#include "DlgResize.h"
+#endif
 #include "FileModTime.h"
 #include "ImageUtil.h"
 #include "KeyPressSimulator.h"

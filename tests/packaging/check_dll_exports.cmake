@@ -60,7 +60,20 @@ set(expected
   "Tavro_KVO_Util::ImageUtil::SetImageFormat(unsigned char*, unsigned long, unsigned char*&, unsigned long*, mvImageFormat)"
   "Tavro_KVO_Util::ImageUtil::SetImageDimensions(unsigned char*, unsigned long, unsigned char*&, unsigned long*, tagSIZE)"
   "Tavro_KVO_Util::ImageUtil::CopyToClipBoard(unsigned char*, unsigned long)"
-  "Tavro_KVO_Util::ImageUtil::GetEncoderClsid(wchar_t const*, _GUID*)")
+  "Tavro_KVO_Util::ImageUtil::GetEncoderClsid(wchar_t const*, _GUID*)"
+  # The dialog layout class is outside the namespace; its private members are exported with it.
+  "DlgResize::DlgResize()"
+  "DlgResize::DlgResize(DlgResize const&)"
+  "DlgResize::operator=(DlgResize const&)"
+  "DlgResize::~DlgResize()"
+  "DlgResize::OnDlgInit(HWND__*, HWND__*)"
+  "DlgResize::OnDlgSize()"
+  "DlgResize::LockWindowDim(HWND__*, bool, bool, bool, bool)"
+  "DlgResize::GetClientPos(HWND__*, HWND__*, tagRECT&)"
+  "DlgResize::EnumChildProc(HWND__*, long long)"
+  "DlgResize::GetTabResizeInfo(HWND__*, HWND__*, HWND__*, DlgResizeInfo&)"
+  "DlgResize::GetDlgResizeInfo(HWND__*, HWND__*, DlgResizeInfo&)"
+  "DlgResize::SizeWindow(DlgResizeInfo&, long, long, double, double)")
 # The plain function keeps its undecorated name for callers that cannot use the classes.
 if(NOT table MATCHES "[ \t]MV_LogFmt\r?\n")
   message(SEND_ERROR "MV_LogFmt is not exported under its plain name")
