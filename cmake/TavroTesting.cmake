@@ -1,4 +1,5 @@
-# tavro_add_test(NAME <name> SOURCES <files...> [INTERNAL] [LIBS <targets...>] [SHARED_LOG])
+# tavro_add_test(NAME <name> SOURCES <files...> [INTERNAL] [LIBS <targets...>] [SHARED_LOG]
+#                [RESOURCE_LOCK <name>])
 #
 # Builds one GoogleTest program and registers each of its tests with ctest. By default the program
 # links the shared library, so the tests go through the real exports (under Wine, the real DLL).
@@ -7,8 +8,10 @@
 # SHARED_LOG marks programs whose tests write through the machine-wide log lock and assert what
 # lands in the log; ctest runs them one at a time, because one of them holds that lock for longer
 # than a writer waits, which would make a writer in another test drop its entry.
+# RESOURCE_LOCK names another machine-wide thing the program's tests change (such as the sound
+# scheme in the Wine prefix's registry), so that ctest never runs two such programs at once.
 function(tavro_add_test)
-  cmake_parse_arguments(T "INTERNAL;SHARED_LOG" "NAME" "SOURCES;LIBS" ${ARGN})
+  cmake_parse_arguments(T "INTERNAL;SHARED_LOG" "NAME;RESOURCE_LOCK" "SOURCES;LIBS" ${ARGN})
   add_executable(${T_NAME} ${T_SOURCES})
   if(T_INTERNAL)
     target_link_libraries(${T_NAME} PRIVATE tavro_objects)
@@ -22,8 +25,16 @@ function(tavro_add_test)
   # Discovery happens when ctest runs, not at build time: under Wine a test program started during
   # the build would start a wineserver that holds the build's pipes open.
   set(properties TIMEOUT 120 LABELS unit)
+  set(locks)
   if(T_SHARED_LOG)
-    list(APPEND properties RESOURCE_LOCK tavro_shared_log)
+    list(APPEND locks tavro_shared_log)
+  endif()
+  if(T_RESOURCE_LOCK)
+    list(APPEND locks ${T_RESOURCE_LOCK})
+  endif()
+  if(locks)
+    string(REPLACE ";" "\\;" locks "${locks}")
+    list(APPEND properties RESOURCE_LOCK "${locks}")
   endif()
   gtest_discover_tests(${T_NAME}
     DISCOVERY_MODE PRE_TEST

@@ -26,6 +26,7 @@
 #include "OsAutoLock.h"
 #include "OsCriticalSection.h"
 #include "OsLockableObject.h"
+#include "SoundEvent.h"
 #include "TavroMedivaneUtilExport.h"
 #include "mvButtonType.h"
 #include "mvImageFormat.h"

@@ -5,7 +5,8 @@
 #
 # Why: a wineserver started inside a test inherits ctest's pipes and stalls the run, so the server
 # is started here first with its standard streams sent to a log. The prefix gets the null graphics
-# driver, with which windows, the clipboard and SendInput work without an X server.
+# driver, with which windows, the clipboard and SendInput work without an X server, and the
+# PulseAudio driver, so that sound reaches the test sound server (scripts/with-pulseaudio.sh).
 set -euo pipefail
 prefix=$(realpath -m "$1"); shift
 wine64=${TAVRO_WINE64:-/usr/lib/wine/wine64}
@@ -25,6 +26,12 @@ if [ ! -f "$prefix/.tavro-ready" ]; then
   "$wine64" reg add 'HKCU\Software\Wine\Drivers' /v Graphics /d null /f </dev/null >>"$log" 2>&1
   stop_server
   touch "$prefix/.tavro-ready"
+fi
+if [ ! -f "$prefix/.tavro-audio" ]; then
+  "$wineserver" -p </dev/null >>"$log" 2>&1
+  "$wine64" reg add 'HKCU\Software\Wine\Drivers' /v Audio /d pulse /f </dev/null >>"$log" 2>&1
+  stop_server
+  touch "$prefix/.tavro-audio"
 fi
 
 "$wineserver" -p </dev/null >>"$log" 2>&1

@@ -18,10 +18,12 @@ require_packages() {
   fi
 }
 
-# What the Windows build needs: the MinGW-w64 cross compiler and Wine to run the results, and
-# Pillow, which writes the image tests' inputs and decodes their outputs.
+# What the Windows build needs: the MinGW-w64 cross compiler and Wine to run the results,
+# Pillow, which writes the image tests' inputs and decodes their outputs, and a PulseAudio server
+# with its tools (parec), which the sound tests play to and record from.
 WINDOWS_BUILD_PACKAGES=(cmake ninja-build g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 wine64 googletest
-                        python3-pil)
+                        python3-pil pulseaudio pulseaudio-utils)
 # What the Linux builds, tests, fuzzers and benchmarks add.
 HOST_TEST_PACKAGES=(g++ clang libclang-rt-14-dev googletest libbenchmark-dev zlib1g-dev
-                    libinih-dev liblog4cplus-dev pkgconf python3 libvips-dev python3-pil imagemagick)
+                    libinih-dev liblog4cplus-dev pkgconf python3 libvips-dev python3-pil imagemagick
+                    libcanberra-dev libcanberra-pulse pulseaudio pulseaudio-utils)

@@ -7,6 +7,7 @@
 #include "image_command.h"
 #include "keys_command.h"
 #include "log_command.h"
+#include "sound_command.h"
 #include "tail_command.h"
 
 namespace mvutil {
@@ -38,6 +39,7 @@ const std::vector<Command>& AllCommands() {
       {"tail", "print the last entries of the shared log, and follow it", kTailUsage, RunTailCommand, true},
       {"keys", "check, show and send key press strings", kKeysUsage, RunKeysCommand, true},
       {"image", "convert, resize, inspect and copy images", kImageUsage, RunImageCommand, true},
+      {"sound", "register, list and play the product's sound events", kSoundUsage, RunSoundCommand, true},
   };
   return kCommands;
 }
