@@ -4,6 +4,9 @@
 #include "config_command.h"
 #include "config_location.h"
 #include "crc_commands.h"
+#ifdef _WIN32
+#include "dialog_command.h"
+#endif
 #include "image_command.h"
 #include "keys_command.h"
 #include "log_command.h"
@@ -40,6 +43,9 @@ const std::vector<Command>& AllCommands() {
       {"keys", "check, show and send key press strings", kKeysUsage, RunKeysCommand, true},
       {"image", "convert, resize, inspect and copy images", kImageUsage, RunImageCommand, true},
       {"sound", "register, list and play the product's sound events", kSoundUsage, RunSoundCommand, true},
+#ifdef _WIN32
+      {"dialog", "show DlgResize laying out a sample dialog", kDialogUsage, RunDialogCommand, false},
+#endif
   };
   return kCommands;
 }
