@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # The main job: builds TavroMedivaneUtil.dll and mvutil.exe for Windows and runs mvutil under
-# Wine on the sample files in examples/: configuration, checksums, key press strings, and the shared
-# log written by several processes at once.
+# Wine on the sample files in examples/: configuration, checksums, key press strings, the shared
+# log written by several processes at once, images, and the sound scheme.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 source scripts/lib/require-packages.sh
@@ -35,6 +35,14 @@ main_job() {
   run_mvutil keys show '{CONTROL}+{ALT}+d'
   run_mvutil tail -n 2 --area mvutil
   image_job
+  sound_job
+}
+sound_job() {
+  # The product's sound events in the user's sound scheme (the prefix's registry), as an
+  # installation registers them; "list" reads each event's current sound back.
+  run_mvutil sound register
+  run_mvutil sound list
+  run_mvutil sound play "Barcode Read Success" --wait 0
 }
 image_job() {
   # A sample picture converted and stretched in memory by ImageUtil; the results go to the
@@ -72,5 +80,5 @@ log_job() {
   echo "($written of 20 writer entries in $logs/KVO.log)"
   [ "$written" -eq 20 ]
 }
-export -f run_mvutil main_job log_job image_job
+export -f run_mvutil main_job log_job image_job sound_job
 scripts/with-wineserver.sh build/windows/wineprefix bash -c main_job
