@@ -1,6 +1,7 @@
 // The event table, and the scheme as Register and Unregister leave it.
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -139,6 +140,17 @@ TEST_F(SoundRegistration, StoredLengthsCountTheTerminator) {
   EXPECT_EQ(rawLength(kNode + L"\\Error\\.Default", type), (error.size() + 1) * 2);
   EXPECT_EQ(type, static_cast<DWORD>(REG_EXPAND_SZ));
 }
+
+// The registry refuses a key name longer than 255 characters.
+TEST_F(SoundRegistration, AKeyTheRegistryRefusesIsLoggedWithItsErrorCode) {
+  const std::wstring key = kNode + L"\\" + std::wstring(300, L'x');
+  const long status = internal::CreateSchemeEntry(key, L"v");
+  EXPECT_EQ(status, ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(Messages(), std::vector<std::wstring>{L"SoundEvent::CreateKey: Unable to create registry key=" + key +
+                                                  L" err=" + std::to_wstring(status)});
+  EXPECT_EQ(mReports.Entries()[0].level, 2);
+  EXPECT_FALSE(KeyExists(key));
+}
 #endif
 
 TEST_F(SoundRegistration, LogsOneInfoLinePerRowInTableOrder) {
@@ -201,6 +213,44 @@ TEST_F(SoundRegistration, CreateKeyReturnsZeroAndWritesTheValue) {
   EXPECT_EQ(ReadValue(kNode + L"\\Custom\\.Current"), Expandable(L"%TEMP%\\x.wav"));
   EXPECT_EQ(Messages(), std::vector<std::wstring>{});
 }
+
+#ifndef _WIN32
+// A store that cannot be written: its folder would have to be made inside a regular file. Creating
+// fails with 3 (the path cannot be made); opening finds no key (2), as in an empty store.
+class SoundSchemeUnwritable : public ::testing::Test {
+ protected:
+  void SetUp() override { std::ofstream(mHome.path() / "not-a-folder") << "x"; }
+  TempDir mHome;
+  ScopedEnvironmentVariable mXdg{"XDG_CONFIG_HOME", (mHome.path() / "not-a-folder").string()};
+  internal::ReportRecorderForTesting mReports;
+};
+
+TEST_F(SoundSchemeUnwritable, EveryRowIsTriedAndEachFailureLogged) {
+  SoundEvent::Register();
+  const std::vector<internal::ReportedEntry> entries = mReports.Entries();
+  ASSERT_EQ(entries.size(), 27u * 3);
+  for (std::size_t row = 0; row < 27; ++row) {
+    const std::wstring key = kNode + L"\\" + kExpectedTable[row].name;
+    EXPECT_EQ(entries[3 * row].level, 4);
+    EXPECT_EQ(entries[3 * row + 1].level, 2);
+    EXPECT_EQ(entries[3 * row + 1].message, L"SoundEvent::CreateKey: Unable to create registry key=" + key + L"\\.Current err=3");
+    EXPECT_EQ(entries[3 * row + 2].message, L"SoundEvent::CreateKey: Unable to create registry key=" + key + L"\\.Default err=3");
+  }
+  EXPECT_EQ(internal::CreateSchemeEntry(kNode + L"\\X", L"v"), 3);
+}
+
+TEST_F(SoundSchemeUnwritable, PlayRepairsInVainAndSaysTheKeyCannotBeOpened) {
+  internal::PlayRecorderForTesting plays;
+  SoundEvent::Play(SOUND_ERROR, true);
+  const std::vector<std::wstring> messages = mReports.Messages();
+  ASSERT_EQ(messages.size(), 27u * 3 + 1);
+  EXPECT_EQ(messages[0], L"SoundEvent::Register: Creating sound event entries for scheme='.Default'");
+  EXPECT_EQ(messages.back(),
+            L"SoundEvent::Play: Unable to open registry key='AppEvents\\Schemes\\Apps\\Tavro Korvina\\Error\\.Current' err=2");
+  EXPECT_EQ(mReports.Entries().back().level, 2);
+  EXPECT_EQ(plays.Requests().size(), 0u);
+}
+#endif
 
 }  // namespace
 }  // namespace Tavro_KVO_Util::testing
