@@ -6,6 +6,12 @@
 
 #include "SoundEvent.h"
 
+// Not part of the shared library's interface: mvutil compiles the table in for itself, and an
+// exported copy in the library would make two definitions of one global in that process.
+#if defined(__GNUC__) && !defined(_WIN32)
+#pragma GCC visibility push(hidden)
+#endif
+
 namespace Tavro_KVO_Util::internal {
 
 inline constexpr std::size_t kSoundEventRows = 27;
@@ -17,5 +23,9 @@ extern const SoundEventTableEntry kSoundEventTable[kSoundEventRows];
 const SoundEventTableEntry* FindSoundEventRow(SoundEventType type);
 
 }  // namespace Tavro_KVO_Util::internal
+
+#if defined(__GNUC__) && !defined(_WIN32)
+#pragma GCC visibility pop
+#endif
 
 #endif  // TAVROMEDIVANEUTIL_SOUND_SOUND_EVENT_TABLE_H
