@@ -8,9 +8,15 @@
 #include "SoundEvent.h"
 #include "sound/sound_event_table.h"
 #include "sound/sound_scheme_fixture.h"
+#include "support/private_volumes.h"
 
 #ifdef _WIN32
 #include "platform/win32/windows_include.h"
+#else
+#include <sys/mount.h>
+
+#include <cerrno>
+#include <cstring>
 #endif
 
 namespace Tavro_KVO_Util::testing {
@@ -237,6 +243,44 @@ TEST_F(SoundSchemeUnwritable, EveryRowIsTriedAndEachFailureLogged) {
     EXPECT_EQ(entries[3 * row + 2].message, L"SoundEvent::CreateKey: Unable to create registry key=" + key + L"\\.Default err=3");
   }
   EXPECT_EQ(internal::CreateSchemeEntry(kNode + L"\\X", L"v"), 3);
+}
+
+// On a volume of the test's own: a full disk refuses a longer value for a key that exists, and a
+// read-only one refuses every deletion, which DeleteKeyRecursive reports from the first leaf up.
+TEST(SoundSchemeOnSmallVolumes, SetAndDeleteFailuresAreLoggedWithTheirCodes) {
+  TempDir dir;
+  PrivateVolumes volumes(dir.path() / "volumes");
+  if (!volumes.Unavailable().empty()) GTEST_SKIP() << volumes.Unavailable();
+  const auto run = volumes.Run([&](Findings& found) {
+    const ScopedEnvironmentVariable home("XDG_CONFIG_HOME", volumes.Small().string());
+    internal::ReportRecorderForTesting reports;
+    SoundEvent::Register();
+    reports.Clear();
+    const std::string filled = FillVolumeLeaving(volumes.Small(), 0);
+    if (!filled.empty()) found["error"] = filled;
+    found["set"] = std::to_string(internal::CreateSchemeEntry(kNode + L"\\Error\\.Current", std::wstring(4000, L'x')));
+    std::filesystem::remove(volumes.Small() / "filler");
+    if (::mount(nullptr, volumes.Small().c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr) != 0) {
+      found["error"] = std::string("remount read-only: ") + std::strerror(errno);
+    }
+    SoundEvent::Unregister();
+    found["nodeStays"] = KeyExists(kNode) ? "yes" : "no";
+    std::string lines;
+    for (const internal::ReportedEntry& entry : reports.Entries()) {
+      lines += std::to_string(entry.level) + " " + std::string(entry.message.begin(), entry.message.end()) + "\n";
+    }
+    found["log"] = lines;
+  });
+  TAVRO_ASSERT_SCENARIO_RAN(run);
+  EXPECT_EQ(run.Found("set"), "112");
+  EXPECT_EQ(run.Found("nodeStays"), "yes");
+  const std::string node = "AppEvents\\Schemes\\Apps\\Tavro Korvina";
+  EXPECT_EQ(run.Found("log"),
+            "2 SoundEvent::CreateKey: Unable to set value=" + std::string(4000, 'x') + " for registry key=" + node +
+                "\\Error\\.Current err=112\n"
+                "2 SoundEvent::DeleteKeyRecursive: Unable to delete registry key=" + node + "\\.Default\\.Current err=5\n"
+                "2 SoundEvent::DeleteKeyRecursive: Unable to delete registry key=" + node + "\\.Default err=5\n"
+                "2 SoundEvent::DeleteKeyRecursive: Unable to delete registry key=" + node + " err=5\n");
 }
 
 TEST_F(SoundSchemeUnwritable, PlayRepairsInVainAndSaysTheKeyCannotBeOpened) {
