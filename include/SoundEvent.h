@@ -44,36 +44,36 @@ namespace Tavro_KVO_Util {
 // The events. The numbers are fixed (other programs store them); each event's key name in the
 // scheme is given beside it. Values outside 0..26 play the ".Default" event.
 enum SoundEventType : std::int32_t {
-  SOUND_DEFAULT = 0,                      // ".Default": the scheme's own default entry
-  SOUND_ERROR = 1,                        // "Error"
-  SOUND_RFID_READ_SUCCESS = 2,            // "Rfid Read Success"
-  SOUND_RFID_READ_FAILURE = 3,            // "Rfid Read Failure"
-  SOUND_RFID_WRITE_SUCCESS = 4,           // "Rfid Write Success"
-  SOUND_RFID_WRITE_FAILURE = 5,           // "Rfid Write Failure"
-  SOUND_RFID_SCAN_START = 6,              // "Rfid Scan Start"
-  SOUND_RFID_SCAN_STOP = 7,               // "Rfid Scan Stop"
-  SOUND_RFID_TAG_FOUND = 8,               // "Rfid Tag found"
-  SOUND_RFID_WAIT_FOR_TIMED_OUT = 9,      // "Rfid WaitFor timed out"
-  SOUND_RFID_ERROR = 10,                  // "Rfid Error"
-  SOUND_BARCODE_CONFIGURATION = 11,       // "Barcode Configuration"
-  SOUND_BARCODE_READ_SUCCESS = 12,        // "Barcode Read Success"
-  SOUND_BARCODE_READ_FAILURE = 13,        // "Barcode Read Failure"
-  SOUND_BARCODE_SCAN_START = 14,          // "Barcode Scan Start"
+  SOUND_DEFAULT = 0,                  // ".Default": the scheme's own default entry
+  SOUND_ERROR = 1,                    // "Error"
+  SOUND_RFID_READ_SUCCESS = 2,        // "Rfid Read Success"
+  SOUND_RFID_READ_FAILURE = 3,        // "Rfid Read Failure"
+  SOUND_RFID_WRITE_SUCCESS = 4,       // "Rfid Write Success"
+  SOUND_RFID_WRITE_FAILURE = 5,       // "Rfid Write Failure"
+  SOUND_RFID_SCAN_START = 6,          // "Rfid Scan Start"
+  SOUND_RFID_SCAN_STOP = 7,           // "Rfid Scan Stop"
+  SOUND_RFID_TAG_FOUND = 8,           // "Rfid Tag found"
+  SOUND_RFID_WAIT_FOR_TIMED_OUT = 9,  // "Rfid WaitFor timed out"
+  SOUND_RFID_ERROR = 10,              // "Rfid Error"
+  SOUND_BARCODE_CONFIGURATION = 11,   // "Barcode Configuration"
+  SOUND_BARCODE_READ_SUCCESS = 12,    // "Barcode Read Success"
+  SOUND_BARCODE_READ_FAILURE = 13,    // "Barcode Read Failure"
+  SOUND_BARCODE_SCAN_START = 14,      // "Barcode Scan Start"
   // 15 and 16 share one entry, "Barcode Scan Stop Found": whichever was written last (after a
   // full registration, the not-found sound) plays for both. Kept as it is: installed schemes and
   // users' own choices are stored under that one name.
-  SOUND_BARCODE_SCAN_STOP_FOUND = 15,     // "Barcode Scan Stop Found"
-  SOUND_BARCODE_SCAN_STOP_NOT_FOUND = 16, // "Barcode Scan Stop Found"
-  SOUND_BARCODE_WAIT_SUCCESS = 17,        // "Barcode Wait Success"; registered with an empty path
-  SOUND_BARCODE_WAIT_TIMEOUT = 18,        // "Barcode Wait Timeout"
-  SOUND_BARCODE_ERROR = 19,               // "Barcode Error"
-  SOUND_CAMERA_PREVIEW_START = 20,        // "Camera Preview Start"
-  SOUND_CAMERA_PREVIEW_STOP = 21,         // "Camera Preview Stop"
-  SOUND_CAMERA_FRAME_CAPTURED = 22,       // "Camera Frame Captured"
-  SOUND_CAMERA_CAPTURE_FRAME_ERROR = 23,  // "Camera Capture Frame Error"
-  SOUND_CAMERA_ERROR = 24,                // "Camera Error"
-  SOUND_BUTTON_CLICK = 25,                // "Button Click"
-  SOUND_INAPPROPRIATE_BUTTON_CLICK = 26,  // "Inappropriate Button Click"
+  SOUND_BARCODE_SCAN_STOP_FOUND = 15,      // "Barcode Scan Stop Found"
+  SOUND_BARCODE_SCAN_STOP_NOT_FOUND = 16,  // "Barcode Scan Stop Found"
+  SOUND_BARCODE_WAIT_SUCCESS = 17,         // "Barcode Wait Success"; registered with an empty path
+  SOUND_BARCODE_WAIT_TIMEOUT = 18,         // "Barcode Wait Timeout"
+  SOUND_BARCODE_ERROR = 19,                // "Barcode Error"
+  SOUND_CAMERA_PREVIEW_START = 20,         // "Camera Preview Start"
+  SOUND_CAMERA_PREVIEW_STOP = 21,          // "Camera Preview Stop"
+  SOUND_CAMERA_FRAME_CAPTURED = 22,        // "Camera Frame Captured"
+  SOUND_CAMERA_CAPTURE_FRAME_ERROR = 23,   // "Camera Capture Frame Error"
+  SOUND_CAMERA_ERROR = 24,                 // "Camera Error"
+  SOUND_BUTTON_CLICK = 25,                 // "Button Click"
+  SOUND_INAPPROPRIATE_BUTTON_CLICK = 26,   // "Inappropriate Button Click"
 };
 
 // One row of the fixed event table.

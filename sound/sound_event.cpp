@@ -17,7 +17,9 @@ void SoundEvent::Unregister() {
   (void)DeleteKeyRecursive(internal::kSchemeNode);
 }
 
-void SoundEvent::Play(SoundEventType eventType, bool interrupt) { internal::PlaySoundEvent(eventType, interrupt); }
+void SoundEvent::Play(SoundEventType eventType, bool interrupt) {
+  internal::PlaySoundEvent(eventType, interrupt);
+}
 
 const SoundEventTableEntry* SoundEvent::GetSoundEventEntry(SoundEventType eventType) {
   return internal::FindSoundEventRow(eventType);
@@ -31,6 +33,8 @@ long SoundEvent::CreateKey(const std::wstring& keyName, const std::wstring& valu
   return internal::CreateSchemeEntry(keyName, value);
 }
 
-bool SoundEvent::DeleteKeyRecursive(const std::wstring& keyName) { return internal::DeleteSchemeKeyTree(keyName); }
+bool SoundEvent::DeleteKeyRecursive(const std::wstring& keyName) {
+  return internal::DeleteSchemeKeyTree(keyName);
+}
 
 }  // namespace Tavro_KVO_Util

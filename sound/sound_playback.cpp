@@ -27,7 +27,8 @@ long OpenCurrentKey(const SoundEventTableEntry& row, const std::wstring& keyName
     return platform::kSchemeSuccess;
   }
   platform::SchemeKey probe;
-  if (platform::OpenSchemeKey(kObsoleteSchemeNode, platform::kSchemeReadAccess, probe) == platform::kSchemeSuccess) {
+  if (platform::OpenSchemeKey(kObsoleteSchemeNode, platform::kSchemeReadAccess, probe) ==
+      platform::kSchemeSuccess) {
     probe.Close();
     ReportSound(kLevelInfo, __LINE__, L"SoundEvent::Play: Deleting obsolete registry keys.");
     DeleteSchemeKeyTree(kObsoleteSchemeNode);
@@ -36,10 +37,9 @@ long OpenCurrentKey(const SoundEventTableEntry& row, const std::wstring& keyName
     RegisterSchemeEntries();
   } else {
     probe.Close();
-    ReportSound(kLevelInfo, __LINE__, L"SoundEvent::Play: Creating sound event entries for scheme='%s'", row.name);
-    const std::wstring eventKey = SchemeKeyName(row.name);
-    CreateSchemeEntry(eventKey + L"\\.Current", row.wavPath);
-    CreateSchemeEntry(eventKey + L"\\.Default", row.wavPath);
+    ReportSound(kLevelInfo, __LINE__, L"SoundEvent::Play: Creating sound event entries for scheme='%s'",
+                row.name);
+    CreateEventEntries(row.name, row.wavPath);
   }
   return platform::OpenSchemeKey(keyName, platform::kSchemeReadAccess, key);
 }
@@ -62,23 +62,24 @@ void HandToPlayer(const std::wstring& path, unsigned long flags) {
 void PlaySoundEvent(SoundEventType eventType, bool interrupt) {
   const SoundEventTableEntry* row = FindSoundEventRow(eventType);
   if (row == nullptr) {
-    ReportSound(kLevelError, __LINE__, L"SoundEvent::Play: no entry for eventType=%d", static_cast<int>(eventType));
+    ReportSound(kLevelError, __LINE__, L"SoundEvent::Play: no entry for eventType=%d",
+                static_cast<int>(eventType));
     return;
   }
   const std::wstring keyName = SchemeKeyName(row->name) + L"\\.Current";
   platform::SchemeKey key;
   const long opened = OpenCurrentKey(*row, keyName, key);
   if (opened != platform::kSchemeSuccess) {
-    ReportSound(kLevelError, __LINE__, L"SoundEvent::Play: Unable to open registry key='%s' err=%d", keyName.c_str(),
-                static_cast<int>(opened));
+    ReportSound(kLevelError, __LINE__, L"SoundEvent::Play: Unable to open registry key='%s' err=%d",
+                keyName.c_str(), static_cast<int>(opened));
     return;
   }
   unsigned long type = 0;
   std::wstring value;
   const long read = platform::ReadSchemeDefaultValue(key, kValueBytes, type, value);
   if (read != platform::kSchemeSuccess) {
-    ReportSound(kLevelError, __LINE__, L"SoundEvent::Play: Unable to read registry key='%s' err=%d", keyName.c_str(),
-                static_cast<int>(read));
+    ReportSound(kLevelError, __LINE__, L"SoundEvent::Play: Unable to read registry key='%s' err=%d",
+                keyName.c_str(), static_cast<int>(read));
     return;
   }
   unsigned long flags = platform::kPlayFileName | platform::kPlayAsync;
@@ -87,12 +88,13 @@ void PlaySoundEvent(SoundEventType eventType, bool interrupt) {
   std::wstring path = value;
   if (type == platform::kSchemeExpandString) {
     if (!platform::ExpandEnvironmentText(value, kExpandedChars, path)) {
-      ReportSound(kLevelError, __LINE__, L"SoundEvent::Play: Unable to expand '%s' in %d characters", value.c_str(),
-                  static_cast<int>(kExpandedChars));
+      ReportSound(kLevelError, __LINE__, L"SoundEvent::Play: Unable to expand '%s' in %d characters",
+                  value.c_str(), static_cast<int>(kExpandedChars));
       return;
     }
   }
-  ReportSound(kLevelDebug, __LINE__, L"SoundEvent::Play: Playing sound '%s' ('%s').", row->name, path.c_str());
+  ReportSound(kLevelDebug, __LINE__, L"SoundEvent::Play: Playing sound '%s' ('%s').", row->name,
+              path.c_str());
   HandToPlayer(path, flags);
 }
 

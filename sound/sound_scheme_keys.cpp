@@ -34,8 +34,9 @@ long CreateSchemeEntry(const std::wstring& keyName, const std::wstring& value) {
   const long set = platform::SetSchemeDefaultValue(key, platform::kSchemeExpandString, value);
   key.Close();
   if (set != platform::kSchemeSuccess) {
-    ReportSound(kLevelError, __LINE__, L"SoundEvent::CreateKey: Unable to set value=%s for registry key=%s err=%d",
-                value.c_str(), keyName.c_str(), static_cast<int>(set));
+    ReportSound(kLevelError, __LINE__,
+                L"SoundEvent::CreateKey: Unable to set value=%s for registry key=%s err=%d", value.c_str(),
+                keyName.c_str(), static_cast<int>(set));
   }
   return set;
 }
@@ -44,8 +45,9 @@ bool DeleteSchemeKeyTree(const std::wstring& keyName) {
   platform::SchemeKey key;
   const long opened = platform::OpenSchemeKey(keyName, platform::kSchemeDeleteAccess, key);
   if (opened != platform::kSchemeSuccess) {
-    ReportSound(kLevelError, __LINE__, L"SoundEvent::DeleteKeyRecursive: Unable to open registry key=%s err=%d",
-                keyName.c_str(), static_cast<int>(opened));
+    ReportSound(kLevelError, __LINE__,
+                L"SoundEvent::DeleteKeyRecursive: Unable to open registry key=%s err=%d", keyName.c_str(),
+                static_cast<int>(opened));
     return true;
   }
   // A key without subkeys goes at the first attempt.
@@ -58,19 +60,24 @@ bool DeleteSchemeKeyTree(const std::wstring& keyName) {
   }
   const long deleted = platform::DeleteOpenSchemeKey(key);
   if (deleted == platform::kSchemeSuccess) return false;
-  ReportSound(kLevelError, __LINE__, L"SoundEvent::DeleteKeyRecursive: Unable to delete registry key=%s err=%d",
-              keyName.c_str(), static_cast<int>(deleted));
+  ReportSound(kLevelError, __LINE__,
+              L"SoundEvent::DeleteKeyRecursive: Unable to delete registry key=%s err=%d", keyName.c_str(),
+              static_cast<int>(deleted));
   return true;
+}
+
+void CreateEventEntries(const wchar_t* eventName, const wchar_t* wavPath) {
+  const std::wstring eventKey = SchemeKeyName(eventName);
+  CreateSchemeEntry(eventKey + L"\\.Current", wavPath);
+  CreateSchemeEntry(eventKey + L"\\.Default", wavPath);
 }
 
 void RegisterSchemeEntries() {
   for (const SoundEventTableEntry& row : kSoundEventTable) {
     ReportSound(kLevelInfo, __LINE__, L"SoundEvent::Register: Creating sound event entries for scheme='%s'",
                 row.name);
-    const std::wstring eventKey = SchemeKeyName(row.name);
     // A row that fails is logged by CreateSchemeEntry; the other rows are still written.
-    CreateSchemeEntry(eventKey + L"\\.Current", row.wavPath);
-    CreateSchemeEntry(eventKey + L"\\.Default", row.wavPath);
+    CreateEventEntries(row.name, row.wavPath);
   }
 }
 

@@ -22,6 +22,9 @@ long CreateSchemeEntry(const std::wstring& keyName, const std::wstring& value);
 // sense is what its recursion tests for). Failures are logged.
 bool DeleteSchemeKeyTree(const std::wstring& keyName);
 
+// Writes the ".Current" and ".Default" keys of the event named `eventName` with `wavPath`.
+void CreateEventEntries(const wchar_t* eventName, const wchar_t* wavPath);
+
 // Writes the ".Current" and ".Default" keys of every row, in table order.
 void RegisterSchemeEntries();
 

@@ -32,9 +32,10 @@ HKEY Handle(const SchemeKey& key) { return key.IsOpen() ? key.state()->key.get()
 long CreateSchemeKey(const std::wstring& path, SchemeKey& key) {
   key.Close();
   HKEY created = nullptr;
-  const LONG status = RegCreateKeyExW(HKEY_CURRENT_USER, path.c_str(), /*Reserved=*/0, /*lpClass=*/nullptr,
-                                      REG_OPTION_NON_VOLATILE, kSchemeAllAccess,
-                                      /*lpSecurityAttributes=*/nullptr, &created, /*lpdwDisposition=*/nullptr);
+  const LONG status =
+      RegCreateKeyExW(HKEY_CURRENT_USER, path.c_str(), /*Reserved=*/0, /*lpClass=*/nullptr,
+                      REG_OPTION_NON_VOLATILE, kSchemeAllAccess,
+                      /*lpSecurityAttributes=*/nullptr, &created, /*lpdwDisposition=*/nullptr);
   if (status != ERROR_SUCCESS) return status;
   key.mState = std::make_unique<SchemeKey::State>();
   key.mState->key.reset(created);
@@ -63,19 +64,21 @@ long DeleteOpenSchemeKey(const SchemeKey& key) { return RegDeleteKeyW(Handle(key
 long EnumSchemeSubkey(const SchemeKey& key, unsigned long index, std::size_t maxChars, std::wstring& name) {
   std::vector<wchar_t> buffer(maxChars + 1, L'\0');
   DWORD length = static_cast<DWORD>(maxChars);
-  const LONG status = RegEnumKeyExW(Handle(key), index, buffer.data(), &length, /*lpReserved=*/nullptr,
-                                    /*lpClass=*/nullptr, /*lpcchClass=*/nullptr, /*lpftLastWriteTime=*/nullptr);
+  const LONG status =
+      RegEnumKeyExW(Handle(key), index, buffer.data(), &length, /*lpReserved=*/nullptr,
+                    /*lpClass=*/nullptr, /*lpcchClass=*/nullptr, /*lpftLastWriteTime=*/nullptr);
   if (status == ERROR_SUCCESS) name.assign(buffer.data(), length);
   return status;
 }
 
-long ReadSchemeDefaultValue(const SchemeKey& key, std::size_t maxBytes, unsigned long& type, std::wstring& value) {
+long ReadSchemeDefaultValue(const SchemeKey& key, std::size_t maxBytes, unsigned long& type,
+                            std::wstring& value) {
   // One spare character so that a value stored without its terminator still ends.
   std::vector<wchar_t> buffer(maxBytes / sizeof(wchar_t) + 1, L'\0');
   DWORD valueType = REG_NONE;
   DWORD bytes = static_cast<DWORD>(maxBytes);
-  const LONG status = RegQueryValueExW(Handle(key), /*lpValueName=*/nullptr, /*lpReserved=*/nullptr, &valueType,
-                                       reinterpret_cast<BYTE*>(buffer.data()), &bytes);
+  const LONG status = RegQueryValueExW(Handle(key), /*lpValueName=*/nullptr, /*lpReserved=*/nullptr,
+                                       &valueType, reinterpret_cast<BYTE*>(buffer.data()), &bytes);
   if (status != ERROR_SUCCESS) return status;
   type = valueType;
   value.assign(buffer.data());

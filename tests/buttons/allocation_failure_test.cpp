@@ -7,10 +7,10 @@
 
 #include "ButtonActionInfoList.h"
 #include "ButtonActionInfoPidList.h"
-#include "support/allocation_failures.h"
 #include "buttons/button_log_fixture.h"
 #include "buttons/button_records.h"
 #include "buttons/button_registry_test_peer.h"
+#include "support/allocation_failures.h"
 
 namespace Tavro_KVO_Util {
 namespace {

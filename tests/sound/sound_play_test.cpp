@@ -38,7 +38,8 @@ TEST_F(SoundPlay, PlaysTheExpandedCurrentValueWithTheInterruptingFlags) {
   ASSERT_EQ(entries.size(), 1u);
   EXPECT_EQ(entries[0].level, 5);
   EXPECT_EQ(entries[0].area, L"SoundEvent");
-  EXPECT_EQ(entries[0].message, L"SoundEvent::Play: Playing sound 'Error' ('" + Installed(L"Sounds\\Error.wav") + L"').");
+  EXPECT_EQ(entries[0].message,
+            L"SoundEvent::Play: Playing sound 'Error' ('" + Installed(L"Sounds\\Error.wav") + L"').");
 }
 
 TEST_F(SoundPlay, WithoutInterruptAddsTheDoNotStopFlag) {
@@ -55,10 +56,11 @@ TEST_F(SoundPlay, OutOfRangeEventsPlayTheDefaultWithoutAnError) {
   mReports.Clear();
   SoundEvent::Play(static_cast<SoundEventType>(27), true);
   SoundEvent::Play(static_cast<SoundEventType>(-5), true);
-  EXPECT_EQ(Paths(mPlays.Requests()),
-            (std::vector<std::wstring>{Installed(L"Sounds\\Default.wav"), Installed(L"Sounds\\Default.wav")}));
+  EXPECT_EQ(Paths(mPlays.Requests()), (std::vector<std::wstring>{Installed(L"Sounds\\Default.wav"),
+                                                                 Installed(L"Sounds\\Default.wav")}));
   EXPECT_EQ(mReports.Messages(2), std::vector<std::wstring>{});
-  EXPECT_EQ(Messages().front(), L"SoundEvent::Play: Playing sound '.Default' ('" + Installed(L"Sounds\\Default.wav") + L"').");
+  EXPECT_EQ(Messages().front(),
+            L"SoundEvent::Play: Playing sound '.Default' ('" + Installed(L"Sounds\\Default.wav") + L"').");
 }
 
 TEST_F(SoundPlay, WithoutTheNodeTheFirstPlayRegistersEveryRowThenPlays) {
@@ -66,10 +68,13 @@ TEST_F(SoundPlay, WithoutTheNodeTheFirstPlayRegistersEveryRowThenPlays) {
   const std::vector<std::wstring> messages = Messages();
   ASSERT_EQ(messages.size(), 28u);
   EXPECT_EQ(messages[0], L"SoundEvent::Register: Creating sound event entries for scheme='.Default'");
-  EXPECT_EQ(messages[26], L"SoundEvent::Register: Creating sound event entries for scheme='Inappropriate Button Click'");
-  EXPECT_EQ(messages[27], L"SoundEvent::Play: Playing sound 'Camera Error' ('" + Installed(L"Sounds\\CameraError.wav") + L"').");
+  EXPECT_EQ(messages[26],
+            L"SoundEvent::Register: Creating sound event entries for scheme='Inappropriate Button Click'");
+  EXPECT_EQ(messages[27], L"SoundEvent::Play: Playing sound 'Camera Error' ('" +
+                              Installed(L"Sounds\\CameraError.wav") + L"').");
   EXPECT_EQ(Subkeys(kNode).size(), 26u);
-  EXPECT_EQ(ReadValue(kNode + L"\\Rfid Tag found\\.Default"), Expandable(L"%KVO_INSTALL_DIR%Sounds\\RfidTagFound.wav"));
+  EXPECT_EQ(ReadValue(kNode + L"\\Rfid Tag found\\.Default"),
+            Expandable(L"%KVO_INSTALL_DIR%Sounds\\RfidTagFound.wav"));
   EXPECT_EQ(Paths(mPlays.Requests()), std::vector<std::wstring>{Installed(L"Sounds\\CameraError.wav")});
 }
 
@@ -79,14 +84,16 @@ TEST_F(SoundPlay, WithTheNodePresentOnlyTheMissingEventsKeysAreRecreated) {
   RemoveTree(kNode + L"\\Error");
   mReports.Clear();
   SoundEvent::Play(SOUND_ERROR, true);
-  EXPECT_EQ(Messages(), (std::vector<std::wstring>{
-                            L"SoundEvent::Play: Creating sound event entries for scheme='Error'",
-                            L"SoundEvent::Play: Playing sound 'Error' ('" + Installed(L"Sounds\\Error.wav") + L"').",
-                        }));
+  EXPECT_EQ(Messages(),
+            (std::vector<std::wstring>{
+                L"SoundEvent::Play: Creating sound event entries for scheme='Error'",
+                L"SoundEvent::Play: Playing sound 'Error' ('" + Installed(L"Sounds\\Error.wav") + L"').",
+            }));
   EXPECT_EQ(mReports.Entries()[0].level, 4);
   EXPECT_EQ(ReadValue(kNode + L"\\Error\\.Current"), Expandable(L"%KVO_INSTALL_DIR%Sounds\\Error.wav"));
   EXPECT_EQ(ReadValue(kNode + L"\\Error\\.Default"), Expandable(L"%KVO_INSTALL_DIR%Sounds\\Error.wav"));
-  EXPECT_EQ(ReadValue(kNode + L"\\Button Click\\.Current"), Plain(L"users-own.wav")) << "other events are left alone";
+  EXPECT_EQ(ReadValue(kNode + L"\\Button Click\\.Current"), Plain(L"users-own.wav"))
+      << "other events are left alone";
 }
 
 TEST_F(SoundPlay, AMissingCurrentKeyAloneIsRepairedToo) {
@@ -128,13 +135,15 @@ TEST_F(SoundPlay, APlainStringIsPlayedUnexpanded) {
   mReports.Clear();
   SoundEvent::Play(SOUND_ERROR, true);
   EXPECT_EQ(Paths(mPlays.Requests()), std::vector<std::wstring>{L"%KVO_INSTALL_DIR%Sounds\\Mine.wav"});
-  EXPECT_EQ(Messages(), std::vector<std::wstring>{
-                            L"SoundEvent::Play: Playing sound 'Error' ('%KVO_INSTALL_DIR%Sounds\\Mine.wav')."});
+  EXPECT_EQ(Messages(),
+            std::vector<std::wstring>{
+                L"SoundEvent::Play: Playing sound 'Error' ('%KVO_INSTALL_DIR%Sounds\\Mine.wav')."});
 }
 
 TEST_F(SoundPlay, AnExpandableStringIsExpandedBeforePlaying) {
   SoundEvent::Register();
-  WriteValue(kNode + L"\\Error\\.Current", platform::kSchemeExpandString, L"%KVO_INSTALL_DIR%Sounds\\Error.wav");
+  WriteValue(kNode + L"\\Error\\.Current", platform::kSchemeExpandString,
+             L"%KVO_INSTALL_DIR%Sounds\\Error.wav");
   SoundEvent::Play(SOUND_ERROR, false);
   EXPECT_EQ(Paths(mPlays.Requests()), std::vector<std::wstring>{Installed(L"Sounds\\Error.wav")});
 }
@@ -161,7 +170,8 @@ TEST_F(SoundPlay, AValueOf255CharactersPlaysAndOneOf256IsNotRead) {
   ASSERT_EQ(entries.size(), 1u);
   EXPECT_EQ(entries[0].level, 2);
   EXPECT_EQ(entries[0].message,
-            L"SoundEvent::Play: Unable to read registry key='AppEvents\\Schemes\\Apps\\Tavro Korvina\\Error\\.Current' "
+            L"SoundEvent::Play: Unable to read registry key='AppEvents\\Schemes\\Apps\\Tavro "
+            L"Korvina\\Error\\.Current' "
             L"err=234");
 }
 
@@ -174,7 +184,8 @@ TEST_F(SoundPlay, BothBarcodeStopEventsPlayTheSharedEntry) {
   SoundEvent::Play(SOUND_BARCODE_SCAN_STOP_NOT_FOUND, true);
   EXPECT_EQ(Paths(mPlays.Requests()),
             (std::vector<std::wstring>{Installed(L"Sounds\\BarcodeScanStopNotFound.wav"),
-                                       Installed(L"Sounds\\BarcodeScanStopNotFound.wav"), L"chosen.wav", L"chosen.wav"}));
+                                       Installed(L"Sounds\\BarcodeScanStopNotFound.wav"), L"chosen.wav",
+                                       L"chosen.wav"}));
 }
 
 TEST_F(SoundPlay, AnEmptyValueIsHandedOverAsItIs) {
@@ -189,7 +200,8 @@ TEST_F(SoundPlay, AnEmptyValueIsHandedOverAsItIs) {
 TEST_F(SoundPlay, AUsersEditTakesEffectAtTheNextPlay) {
   SoundEvent::Register();
   SoundEvent::Play(SOUND_ERROR, true);
-  WriteValue(kNode + L"\\Error\\.Current", platform::kSchemeExpandString, L"%KVO_INSTALL_DIR%Sounds\\Other.wav");
+  WriteValue(kNode + L"\\Error\\.Current", platform::kSchemeExpandString,
+             L"%KVO_INSTALL_DIR%Sounds\\Other.wav");
   SoundEvent::Play(SOUND_ERROR, true);
   EXPECT_EQ(Paths(mPlays.Requests()),
             (std::vector<std::wstring>{Installed(L"Sounds\\Error.wav"), Installed(L"Sounds\\Other.wav")}));
@@ -210,7 +222,8 @@ TEST(SoundPlayWithoutServer, LogsWhyAndReturnsAtOnce) {
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
   const std::vector<internal::ReportedEntry> entries = reports.Entries();
   ASSERT_EQ(entries.size(), 2u);
-  EXPECT_EQ(entries[0].message, L"SoundEvent::Play: Playing sound 'Error' ('" + Installed(L"Sounds\\Error.wav") + L"').");
+  EXPECT_EQ(entries[0].message,
+            L"SoundEvent::Play: Playing sound 'Error' ('" + Installed(L"Sounds\\Error.wav") + L"').");
   EXPECT_EQ(entries[1].level, 2);
   const std::wstring prefix =
       L"SoundEvent::Play: Unable to play sound '" + Installed(L"Sounds\\Error.wav") + L"': ";

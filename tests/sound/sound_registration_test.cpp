@@ -152,8 +152,8 @@ TEST_F(SoundRegistration, AKeyTheRegistryRefusesIsLoggedWithItsErrorCode) {
   const std::wstring key = kNode + L"\\" + std::wstring(300, L'x');
   const long status = internal::CreateSchemeEntry(key, L"v");
   EXPECT_EQ(status, ERROR_INVALID_PARAMETER);
-  EXPECT_EQ(Messages(), std::vector<std::wstring>{L"SoundEvent::CreateKey: Unable to create registry key=" + key +
-                                                  L" err=" + std::to_wstring(status)});
+  EXPECT_EQ(Messages(), std::vector<std::wstring>{L"SoundEvent::CreateKey: Unable to create registry key=" +
+                                                  key + L" err=" + std::to_wstring(status)});
   EXPECT_EQ(mReports.Entries()[0].level, 2);
   EXPECT_FALSE(KeyExists(key));
 }
@@ -167,8 +167,8 @@ TEST_F(SoundRegistration, LogsOneInfoLinePerRowInTableOrder) {
     EXPECT_EQ(entries[i].area, L"SoundEvent");
     EXPECT_EQ(entries[i].level, 4);
     EXPECT_EQ(entries[i].file, L".\\SoundEvent.cpp");
-    EXPECT_EQ(entries[i].message,
-              L"SoundEvent::Register: Creating sound event entries for scheme='" + kExpectedTable[i].name + L"'");
+    EXPECT_EQ(entries[i].message, L"SoundEvent::Register: Creating sound event entries for scheme='" +
+                                      kExpectedTable[i].name + L"'");
   }
 }
 
@@ -184,7 +184,8 @@ TEST_F(SoundRegistration, UnregisterRemovesTheNodeWithEveryEventKey) {
   SoundEvent::Unregister();
   EXPECT_EQ(Messages(), std::vector<std::wstring>{});
   EXPECT_FALSE(KeyExists(kNode));
-  for (const std::wstring& name : DistinctEventNames()) EXPECT_FALSE(KeyExists(kNode + L"\\" + name + L"\\.Current"));
+  for (const std::wstring& name : DistinctEventNames())
+    EXPECT_FALSE(KeyExists(kNode + L"\\" + name + L"\\.Current"));
   EXPECT_TRUE(KeyExists(L"AppEvents\\Schemes\\Apps")) << "only the application's node goes";
 }
 
@@ -196,7 +197,8 @@ TEST_F(SoundRegistration, UnregisterWithoutANodeLogsOnceAndChangesNothing) {
   EXPECT_EQ(entries[0].level, 2);
   EXPECT_EQ(entries[0].area, L"SoundEvent");
   EXPECT_EQ(entries[0].message,
-            L"SoundEvent::DeleteKeyRecursive: Unable to open registry key=AppEvents\\Schemes\\Apps\\Tavro Korvina err=2");
+            L"SoundEvent::DeleteKeyRecursive: Unable to open registry key=AppEvents\\Schemes\\Apps\\Tavro "
+            L"Korvina err=2");
   EXPECT_FALSE(KeyExists(kNode));
   EXPECT_EQ(ReadValue(kObsoleteNode + L"\\Error\\.Current"), Expandable(L"old.wav"));
 }
@@ -211,7 +213,8 @@ TEST_F(SoundRegistration, DeleteKeyRecursiveReportsSuccessAsFalse) {
   EXPECT_FALSE(internal::DeleteSchemeKeyTree(kNode + L"\\E")) << "a key without subkeys";
   EXPECT_TRUE(internal::DeleteSchemeKeyTree(kNode + L"\\E")) << "gone already";
   EXPECT_EQ(Messages().back(),
-            L"SoundEvent::DeleteKeyRecursive: Unable to open registry key=AppEvents\\Schemes\\Apps\\Tavro Korvina\\E err=2");
+            L"SoundEvent::DeleteKeyRecursive: Unable to open registry key=AppEvents\\Schemes\\Apps\\Tavro "
+            L"Korvina\\E err=2");
 }
 
 TEST_F(SoundRegistration, CreateKeyReturnsZeroAndWritesTheValue) {
@@ -239,8 +242,10 @@ TEST_F(SoundSchemeUnwritable, EveryRowIsTriedAndEachFailureLogged) {
     const std::wstring key = kNode + L"\\" + kExpectedTable[row].name;
     EXPECT_EQ(entries[3 * row].level, 4);
     EXPECT_EQ(entries[3 * row + 1].level, 2);
-    EXPECT_EQ(entries[3 * row + 1].message, L"SoundEvent::CreateKey: Unable to create registry key=" + key + L"\\.Current err=3");
-    EXPECT_EQ(entries[3 * row + 2].message, L"SoundEvent::CreateKey: Unable to create registry key=" + key + L"\\.Default err=3");
+    EXPECT_EQ(entries[3 * row + 1].message,
+              L"SoundEvent::CreateKey: Unable to create registry key=" + key + L"\\.Current err=3");
+    EXPECT_EQ(entries[3 * row + 2].message,
+              L"SoundEvent::CreateKey: Unable to create registry key=" + key + L"\\.Default err=3");
   }
   EXPECT_EQ(internal::CreateSchemeEntry(kNode + L"\\X", L"v"), 3);
 }
@@ -258,7 +263,8 @@ TEST(SoundSchemeOnSmallVolumes, SetAndDeleteFailuresAreLoggedWithTheirCodes) {
     reports.Clear();
     const std::string filled = FillVolumeLeaving(volumes.Small(), 0);
     if (!filled.empty()) found["error"] = filled;
-    found["set"] = std::to_string(internal::CreateSchemeEntry(kNode + L"\\Error\\.Current", std::wstring(4000, L'x')));
+    found["set"] =
+        std::to_string(internal::CreateSchemeEntry(kNode + L"\\Error\\.Current", std::wstring(4000, L'x')));
     std::filesystem::remove(volumes.Small() / "filler");
     if (::mount(nullptr, volumes.Small().c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr) != 0) {
       found["error"] = std::string("remount read-only: ") + std::strerror(errno);
@@ -267,7 +273,8 @@ TEST(SoundSchemeOnSmallVolumes, SetAndDeleteFailuresAreLoggedWithTheirCodes) {
     found["nodeStays"] = KeyExists(kNode) ? "yes" : "no";
     std::string lines;
     for (const internal::ReportedEntry& entry : reports.Entries()) {
-      lines += std::to_string(entry.level) + " " + std::string(entry.message.begin(), entry.message.end()) + "\n";
+      lines +=
+          std::to_string(entry.level) + " " + std::string(entry.message.begin(), entry.message.end()) + "\n";
     }
     found["log"] = lines;
   });
@@ -275,12 +282,17 @@ TEST(SoundSchemeOnSmallVolumes, SetAndDeleteFailuresAreLoggedWithTheirCodes) {
   EXPECT_EQ(run.Found("set"), "112");
   EXPECT_EQ(run.Found("nodeStays"), "yes");
   const std::string node = "AppEvents\\Schemes\\Apps\\Tavro Korvina";
-  EXPECT_EQ(run.Found("log"),
-            "2 SoundEvent::CreateKey: Unable to set value=" + std::string(4000, 'x') + " for registry key=" + node +
-                "\\Error\\.Current err=112\n"
-                "2 SoundEvent::DeleteKeyRecursive: Unable to delete registry key=" + node + "\\.Default\\.Current err=5\n"
-                "2 SoundEvent::DeleteKeyRecursive: Unable to delete registry key=" + node + "\\.Default err=5\n"
-                "2 SoundEvent::DeleteKeyRecursive: Unable to delete registry key=" + node + " err=5\n");
+  EXPECT_EQ(run.Found("log"), "2 SoundEvent::CreateKey: Unable to set value=" + std::string(4000, 'x') +
+                                  " for registry key=" + node +
+                                  "\\Error\\.Current err=112\n"
+                                  "2 SoundEvent::DeleteKeyRecursive: Unable to delete registry key=" +
+                                  node +
+                                  "\\.Default\\.Current err=5\n"
+                                  "2 SoundEvent::DeleteKeyRecursive: Unable to delete registry key=" +
+                                  node +
+                                  "\\.Default err=5\n"
+                                  "2 SoundEvent::DeleteKeyRecursive: Unable to delete registry key=" +
+                                  node + " err=5\n");
 }
 
 TEST_F(SoundSchemeUnwritable, PlayRepairsInVainAndSaysTheKeyCannotBeOpened) {
@@ -290,7 +302,8 @@ TEST_F(SoundSchemeUnwritable, PlayRepairsInVainAndSaysTheKeyCannotBeOpened) {
   ASSERT_EQ(messages.size(), 27u * 3 + 1);
   EXPECT_EQ(messages[0], L"SoundEvent::Register: Creating sound event entries for scheme='.Default'");
   EXPECT_EQ(messages.back(),
-            L"SoundEvent::Play: Unable to open registry key='AppEvents\\Schemes\\Apps\\Tavro Korvina\\Error\\.Current' err=2");
+            L"SoundEvent::Play: Unable to open registry key='AppEvents\\Schemes\\Apps\\Tavro "
+            L"Korvina\\Error\\.Current' err=2");
   EXPECT_EQ(mReports.Entries().back().level, 2);
   EXPECT_EQ(plays.Requests().size(), 0u);
 }

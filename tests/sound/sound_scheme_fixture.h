@@ -43,8 +43,8 @@ struct StoredValue {
 };
 
 inline std::ostream& operator<<(std::ostream& out, const StoredValue& value) {
-  return out << "{status " << value.status << ", type " << value.type << ", \"" << std::string(value.text.begin(), value.text.end())
-             << "\"}";
+  return out << "{status " << value.status << ", type " << value.type << ", \""
+             << std::string(value.text.begin(), value.text.end()) << "\"}";
 }
 
 inline StoredValue Expandable(const std::wstring& text) { return {0, platform::kSchemeExpandString, text}; }
@@ -54,7 +54,8 @@ inline StoredValue ReadValue(const std::wstring& keyName) {
   StoredValue result;
   platform::SchemeKey key;
   result.status = platform::OpenSchemeKey(keyName, platform::kSchemeReadAccess, key);
-  if (result.status == 0) result.status = platform::ReadSchemeDefaultValue(key, 4096, result.type, result.text);
+  if (result.status == 0)
+    result.status = platform::ReadSchemeDefaultValue(key, 4096, result.type, result.text);
   return result;
 }
 
@@ -68,7 +69,8 @@ inline std::set<std::wstring> Subkeys(const std::wstring& keyName) {
   platform::SchemeKey key;
   if (platform::OpenSchemeKey(keyName, platform::kSchemeReadAccess, key) != 0) return names;
   std::wstring name;
-  for (unsigned long index = 0; platform::EnumSchemeSubkey(key, index, 256, name) == 0; ++index) names.insert(name);
+  for (unsigned long index = 0; platform::EnumSchemeSubkey(key, index, 256, name) == 0; ++index)
+    names.insert(name);
   return names;
 }
 

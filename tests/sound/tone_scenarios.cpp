@@ -31,7 +31,8 @@ void LetItPlay(int milliseconds) { std::this_thread::sleep_for(std::chrono::mill
 
 bool SetErrorSound(unsigned long type, const std::wstring& value) {
   platform::SchemeKey key;
-  return platform::CreateSchemeKey(kErrorCurrent, key) == 0 && platform::SetSchemeDefaultValue(key, type, value) == 0;
+  return platform::CreateSchemeKey(kErrorCurrent, key) == 0 &&
+         platform::SetSchemeDefaultValue(key, type, value) == 0;
 }
 
 std::wstring InstallDir() {
@@ -71,7 +72,8 @@ bool Run(const std::string& scenario) {
     platform::SchemeKey key;
     const std::wstring defaultCurrent = std::wstring(internal::kSchemeNode) + L"\\.Default\\.Current";
     if (platform::CreateSchemeKey(defaultCurrent, key) != 0 ||
-        platform::SetSchemeDefaultValue(key, platform::kSchemeExpandString, L"%KVO_INSTALL_DIR%Sounds\\Edited.wav") != 0) {
+        platform::SetSchemeDefaultValue(key, platform::kSchemeExpandString,
+                                        L"%KVO_INSTALL_DIR%Sounds\\Edited.wav") != 0) {
       return false;
     }
     SoundEvent::Play(Tavro_KVO_Util::SOUND_DEFAULT, true);

@@ -41,26 +41,33 @@ class MvutilSound : public ::testing::Test {
   Tavro_KVO_Util::testing::TempDir configHome;
   Tavro_KVO_Util::testing::ScopedEnvironmentVariable xdg{"XDG_CONFIG_HOME", configHome.path().string()};
   // No sound server: playing is logged and returns at once.
-  Tavro_KVO_Util::testing::ScopedEnvironmentVariable pulse{"PULSE_SERVER", std::string("unix:/nonexistent/tavro")};
+  Tavro_KVO_Util::testing::ScopedEnvironmentVariable pulse{"PULSE_SERVER",
+                                                           std::string("unix:/nonexistent/tavro")};
 #endif
 };
 
 TEST_F(MvutilSound, RegisterThenListShowsEveryEventWithItsCurrentValue) {
   const Result registered = RunTool({"sound", "register"});
   EXPECT_EQ(registered.code, kExitOk) << registered.err;
-  EXPECT_EQ(registered.out, "registered 27 sound events under HKEY_CURRENT_USER\\AppEvents\\Schemes\\Apps\\Tavro Korvina\n");
+  EXPECT_EQ(registered.out,
+            "registered 27 sound events under HKEY_CURRENT_USER\\AppEvents\\Schemes\\Apps\\Tavro Korvina\n");
 
   const Result listed = RunTool({"sound", "list"});
   EXPECT_EQ(listed.code, kExitOk);
   const std::vector<std::string> lines = Lines(listed.out);
   ASSERT_EQ(lines.size(), 27u);
-  EXPECT_EQ(lines[0], " 0  .Default                      \"%KVO_INSTALL_DIR%Sounds\\Default.wav\" (REG_EXPAND_SZ)");
-  EXPECT_EQ(lines[2], " 8  Rfid Tag found                \"%KVO_INSTALL_DIR%Sounds\\RfidTagFound.wav\" (REG_EXPAND_SZ)");
+  EXPECT_EQ(lines[0],
+            " 0  .Default                      \"%KVO_INSTALL_DIR%Sounds\\Default.wav\" (REG_EXPAND_SZ)");
+  EXPECT_EQ(
+      lines[2],
+      " 8  Rfid Tag found                \"%KVO_INSTALL_DIR%Sounds\\RfidTagFound.wav\" (REG_EXPAND_SZ)");
   EXPECT_EQ(lines[15],
-            "15  Barcode Scan Stop Found       \"%KVO_INSTALL_DIR%Sounds\\BarcodeScanStopNotFound.wav\" (REG_EXPAND_SZ)");
+            "15  Barcode Scan Stop Found       \"%KVO_INSTALL_DIR%Sounds\\BarcodeScanStopNotFound.wav\" "
+            "(REG_EXPAND_SZ)");
   EXPECT_EQ(lines[17], "17  Barcode Wait Success          \"\" (REG_EXPAND_SZ)");
   EXPECT_EQ(lines[26],
-            "26  Inappropriate Button Click    \"%KVO_INSTALL_DIR%Sounds\\ButtonClickInappropriate.wav\" (REG_EXPAND_SZ)");
+            "26  Inappropriate Button Click    \"%KVO_INSTALL_DIR%Sounds\\ButtonClickInappropriate.wav\" "
+            "(REG_EXPAND_SZ)");
 }
 
 TEST_F(MvutilSound, ListBeforeRegisterSaysSo) {
@@ -92,7 +99,8 @@ TEST_F(MvutilSound, PlayByNameOrNumberRepairsTheSchemeAndReturns) {
 TEST_F(MvutilSound, RefusesUnknownEventsAndBadCommandLines) {
   const Result unknown = RunTool({"sound", "play", "Barcode Scan Stop Not Found"});
   EXPECT_EQ(unknown.code, kExitFailure);
-  EXPECT_EQ(unknown.err, "mvutil: unknown sound event 'Barcode Scan Stop Not Found'; 'mvutil sound list' shows them\n");
+  EXPECT_EQ(unknown.err,
+            "mvutil: unknown sound event 'Barcode Scan Stop Not Found'; 'mvutil sound list' shows them\n");
   EXPECT_EQ(RunTool({"sound", "play", "99999999999"}).code, kExitFailure);
   EXPECT_EQ(RunTool({"sound"}).code, kExitUsage);
   EXPECT_EQ(RunTool({"sound", "play"}).code, kExitUsage);

@@ -43,7 +43,9 @@ namespace {
 
 constexpr int kDefaultWaitMs = 3000;
 
-std::wstring NodeKey(const wchar_t* eventName) { return std::wstring(internal::kSchemeNode) + L"\\" + eventName; }
+std::wstring NodeKey(const wchar_t* eventName) {
+  return std::wstring(internal::kSchemeNode) + L"\\" + eventName;
+}
 
 std::string Utf8(const std::wstring& text) { return Tavro_KVO_Util::platform::WideToUtf8(text); }
 
@@ -65,8 +67,8 @@ std::string CurrentValue(const SoundEventTableEntry& row) {
 
 int List(Io& io) {
   for (const SoundEventTableEntry& row : internal::kSoundEventTable) {
-    io.out << std::setw(2) << static_cast<int>(row.type) << "  " << std::left << std::setw(28) << Utf8(row.name)
-           << std::right << "  " << CurrentValue(row) << "\n";
+    io.out << std::setw(2) << static_cast<int>(row.type) << "  " << std::left << std::setw(28)
+           << Utf8(row.name) << std::right << "  " << CurrentValue(row) << "\n";
   }
   return kExitOk;
 }
@@ -111,7 +113,8 @@ bool ParseEvent(const std::string& text, SoundEventType& type) {
   }
   if (text.empty() || text.size() > 11) return false;
   const std::size_t digits = text[0] == '-' ? 1 : 0;
-  if (text.size() == digits || text.find_first_not_of("0123456789", digits) != std::string::npos) return false;
+  if (text.size() == digits || text.find_first_not_of("0123456789", digits) != std::string::npos)
+    return false;
   const long long value = std::strtoll(text.c_str(), nullptr, 10);
   if (value < INT32_MIN || value > INT32_MAX) return false;
   type = static_cast<SoundEventType>(value);
@@ -133,8 +136,8 @@ int Play(const Args& args, Io& io) {
   for (std::size_t i = 2; i < args.size(); ++i) {
     if (args[i] == "--no-interrupt") {
       interrupt = false;
-    } else if (args[i] == "--wait" && i + 1 < args.size() && !args[i + 1].empty() && args[i + 1].size() <= 9 &&
-               args[i + 1].find_first_not_of("0123456789") == std::string::npos) {
+    } else if (args[i] == "--wait" && i + 1 < args.size() && !args[i + 1].empty() &&
+               args[i + 1].size() <= 9 && args[i + 1].find_first_not_of("0123456789") == std::string::npos) {
       waitMs = std::strtol(args[++i].c_str(), nullptr, 10);
     } else {
       io.err << "mvutil: unexpected argument '" << args[i] << "'\n" << kSoundUsage;
