@@ -10,12 +10,21 @@ namespace {
 // images (and their pixels) alive after their conversion ended.
 constexpr int kCachedOperations = 0;
 
+// One worker thread per pipeline. With more, a damaged image can abort the whole process: when one
+// worker's tile fails, libvips 8.14 marks its pool stopped without holding the pool's allocation
+// lock while another worker, already past its own check under that lock, asserts the pool is not
+// stopped (threadpool.c, vips_worker_allocate: "assertion failed: (!pool->stop)"). Each pipeline
+// then has exactly one worker, since a pool never grows beyond the concurrency set here, and no
+// second worker can be inside the allocation when the first one fails.
+constexpr int kWorkerThreads = 1;
+
 bool StartVipsOnce() {
   if (VIPS_INIT("TavroMedivaneUtil") != 0) {
     ForgetVipsError();
     return false;
   }
   vips_cache_set_max(kCachedOperations);
+  vips_concurrency_set(kWorkerThreads);
   return true;
 }
 

@@ -13,7 +13,8 @@
 namespace Tavro_KVO_Util::platform {
 
 // Starts libvips the first time any thread asks (later calls wait for that start and share its
-// outcome); true when libvips is usable. Libvips is never shut down: other objects of the process,
+// outcome); true when libvips is usable. Every pipeline then runs on one worker thread (see the
+// source for the libvips fault this avoids). Libvips is never shut down: other objects of the process,
 // on other threads, may still be converting, and its shut-down cannot be undone.
 bool VipsStarted();
 

@@ -11,6 +11,7 @@
 #include <cstring>
 #include <random>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -413,6 +414,35 @@ TEST_F(ImageWorkspacePosix, TruncatedFilesDoNotDecode) {
     EXPECT_FALSE(workspace.SaveSource(Encoder(L"image/png"), nullptr));
     EXPECT_EQ(workspace.DestinationSize(), 0u);
   }
+}
+
+// With two or more workers, libvips 8.14 could abort the process when one worker's tile failed
+// while another was being given its next one; one worker per pipeline leaves no second worker.
+TEST_F(ImageWorkspacePosix, EveryPipelineHasOneWorkerSoAFailingTileCannotAbortTheProcess) {
+  ASSERT_TRUE(VipsStarted());
+  EXPECT_EQ(vips_concurrency_get(), 1);
+
+  // Many tiles, most of them past the cut: the conversions on four threads all fail cleanly.
+  const Bytes whole = Png(Noise(1024, 1024).get());
+  const Bytes cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(whole.size() / 4));
+  constexpr int kThreads = 4;
+  constexpr int kConversionsEach = 10;
+  const ImageEncoderClsid png = Encoder(L"image/png");
+  std::vector<int> failedSaves(kThreads, 0);
+  std::vector<std::thread> threads;
+  for (int t = 0; t < kThreads; ++t) {
+    threads.emplace_back([&, t] {
+      for (int i = 0; i < kConversionsEach; ++i) {
+        ImageWorkspace workspace;
+        if (workspace.Open() != OpenStatus::kOpen) continue;
+        if (!workspace.WriteSource(cut.data(), static_cast<unsigned long>(cut.size()))) continue;
+        workspace.LoadSource();
+        if (!workspace.SaveSource(png, nullptr) && workspace.DestinationSize() == 0) ++failedSaves[t];
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(failedSaves, std::vector<int>(kThreads, kConversionsEach));
 }
 
 TEST_F(ImageWorkspacePosix, AForgedGigapixelHeaderIsRefusedBeforeAnyPixelIsAllocated) {
