@@ -1,0 +1,100 @@
+// The image functions of the C interface: each call uses its own ImageUtil on the calling thread
+// (the class starts the imaging library and COM for the thread that made it).
+#include <climits>
+#include <cstdint>
+
+#include "ImageUtil.h"
+#include "TavroMedivaneUtil_c.h"
+#include "c_api/c_api_support.h"
+
+namespace {
+
+using Tavro_KVO_Util::ImageUtil;
+using Tavro_KVO_Util::c_api::CopyForCaller;
+using Tavro_KVO_Util::c_api::Guarded;
+using Tavro_KVO_Util::c_api::Present;
+using Tavro_KVO_Util::c_api::ReportBadArgument;
+
+// The class's lengths are unsigned long: 32 bits on Windows.
+bool SourceFits(const char* function, size_t length) {
+  if (length <= ULONG_MAX) return true;
+  ReportBadArgument(function, "source_length", "is larger than the image functions take");
+  return false;
+}
+
+// The class's new[] array handed over as memory tmu_free releases; the array is freed either way.
+tmu_status HandOver(bool converted, unsigned char* made, unsigned long madeLength, uint8_t** output,
+                    size_t* output_length) {
+  struct ArrayOwner {
+    unsigned char* bytes;
+    ~ArrayOwner() { delete[] bytes; }
+  } owner{made};
+  if (!converted) return TMU_FAILED;
+  if (made == nullptr || madeLength == 0) return TMU_OK;  // the class's empty output
+  void* copy = CopyForCaller(made, madeLength);
+  if (copy == nullptr) return TMU_OUT_OF_MEMORY;
+  *output = static_cast<uint8_t*>(copy);
+  *output_length = madeLength;
+  return TMU_OK;
+}
+
+bool OutputsPresent(const char* function, uint8_t** output, size_t* output_length) {
+  if (!Present(function, "output", output) || !Present(function, "output_length", output_length))
+    return false;
+  *output = nullptr;
+  *output_length = 0;
+  return true;
+}
+
+}  // namespace
+
+extern "C" {
+
+tmu_status tmu_image_convert(const void* source, size_t source_length, int image_type, const uint32_t* params,
+                             uint32_t param_count, uint8_t** output, size_t* output_length) {
+  return Guarded("tmu_image_convert", [&]() -> tmu_status {
+    if (!OutputsPresent("tmu_image_convert", output, output_length) ||
+        !SourceFits("tmu_image_convert", source_length)) {
+      return TMU_INVALID_ARGUMENT;
+    }
+    ImageUtil images;
+    unsigned char* made = nullptr;
+    unsigned long madeLength = 0;
+    const mvImageFormat format{static_cast<mvImageType>(image_type), const_cast<std::uint32_t*>(params),
+                               param_count};
+    const bool converted =
+        images.SetImageFormat(static_cast<unsigned char*>(const_cast<void*>(source)),
+                              static_cast<unsigned long>(source_length), made, &madeLength, format);
+    return HandOver(converted, made, madeLength, output, output_length);
+  });
+}
+
+tmu_status tmu_image_resize(const void* source, size_t source_length, int32_t width, int32_t height,
+                            uint8_t** output, size_t* output_length) {
+  return Guarded("tmu_image_resize", [&]() -> tmu_status {
+    if (!OutputsPresent("tmu_image_resize", output, output_length) ||
+        !SourceFits("tmu_image_resize", source_length)) {
+      return TMU_INVALID_ARGUMENT;
+    }
+    ImageUtil images;
+    unsigned char* made = nullptr;
+    unsigned long madeLength = 0;
+    const bool converted = images.SetImageDimensions(static_cast<unsigned char*>(const_cast<void*>(source)),
+                                                     static_cast<unsigned long>(source_length), made,
+                                                     &madeLength, tagSIZE{width, height});
+    return HandOver(converted, made, madeLength, output, output_length);
+  });
+}
+
+tmu_status tmu_image_to_clipboard(const void* source, size_t source_length) {
+  return Guarded("tmu_image_to_clipboard", [&]() -> tmu_status {
+    if (!SourceFits("tmu_image_to_clipboard", source_length)) return TMU_INVALID_ARGUMENT;
+    ImageUtil images;
+    return images.CopyToClipBoard(static_cast<unsigned char*>(const_cast<void*>(source)),
+                                  static_cast<unsigned long>(source_length))
+               ? TMU_OK
+               : TMU_FAILED;
+  });
+}
+
+}  // extern "C"

@@ -1,0 +1,11 @@
+cmake_minimum_required(VERSION 3.25)
+# Fails unless the cases the C test program lists (--list) are exactly the ones CMake registered.
+execute_process(COMMAND ${EMULATOR} ${PROGRAM} --list OUTPUT_VARIABLE listed RESULT_VARIABLE code)
+if(NOT code EQUAL 0)
+  message(FATAL_ERROR "${PROGRAM} --list failed: ${code}")
+endif()
+string(REPLACE "\r" "" listed "${listed}")
+file(READ ${REGISTERED} registered)
+if(NOT listed STREQUAL registered)
+  message(FATAL_ERROR "listed:\n${listed}\nregistered:\n${registered}")
+endif()
