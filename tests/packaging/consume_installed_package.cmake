@@ -1,6 +1,14 @@
 cmake_minimum_required(VERSION 3.25)
 # Installs the build into a scratch prefix, then configures, builds and runs a separate consumer
 # project that finds the package with find_package(TavroMedivaneUtil CONFIG REQUIRED).
+#   PROGRAM: the consumer's executable (default "consumer"); EXPECTED: a regular expression its
+#   whole output must match (default: the C++ consumer's line).
+if(NOT PROGRAM)
+  set(PROGRAM consumer)
+endif()
+if(NOT EXPECTED)
+  set(EXPECTED "^consumer: CBF43926 B4C8 77073096 locked\r?\n$")
+endif()
 file(REMOVE_RECURSE ${WORK_DIR})
 set(prefix ${WORK_DIR}/prefix)
 
@@ -25,10 +33,10 @@ run(${CMAKE_COMMAND} --build ${WORK_DIR}/build)
 if(EMULATOR)
   # Windows: the DLL is found beside the program, as an application ships it.
   file(COPY ${prefix}/bin/TavroMedivaneUtil.dll DESTINATION ${WORK_DIR}/build)
-  run(${EMULATOR} ${WORK_DIR}/build/consumer.exe)
+  run(${EMULATOR} ${WORK_DIR}/build/${PROGRAM}.exe)
 else()
-  run(${WORK_DIR}/build/consumer)
+  run(${WORK_DIR}/build/${PROGRAM})
 endif()
-if(NOT run_output MATCHES "^consumer: CBF43926 B4C8 77073096 locked\r?\n$")
+if(NOT run_output MATCHES "${EXPECTED}")
   message(FATAL_ERROR "unexpected consumer output: '${run_output}'")
 endif()
