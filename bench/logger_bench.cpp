@@ -23,6 +23,7 @@
 
 #include "Config.h"
 #include "Logger.h"
+#include "TavroMedivaneUtil_c.h"
 #include "logger_bench_peer.h"
 #include "logger_bench_support.h"
 
@@ -85,6 +86,15 @@ void LoggerWrite(benchmark::State& state, const LogSettings& settings, bool coun
 }
 
 void BM_LoggerWrite(benchmark::State& state) { LoggerWrite(state, LogSettings{}, /*countEntries=*/true); }
+
+// The same entry through the C interface: UTF-8 texts converted on every call.
+void BM_CLoggerWrite(benchmark::State& state) {
+  const RunDir dir;
+  if (StartLogger(state, dir, LogSettings{}) == nullptr) return;
+  for (auto _ : state) tmu_log(kInfo, "Bench", kNarrowMessage, nullptr, ".\\logger_bench.cpp", __LINE__);
+  ExpectLines(state, CountUtf16Lines(ReadBytes(dir.LogFile())), static_cast<long>(state.iterations()));
+  logger_bench::ForgetLogger();
+}
 
 void BM_LoggerWrite_Rolling(benchmark::State& state) {
   LogSettings settings;
@@ -299,6 +309,7 @@ void BM_Log4cplusProcesses(benchmark::State& state) {
 }  // namespace
 
 BENCHMARK(BM_LoggerWrite);
+BENCHMARK(BM_CLoggerWrite);
 BENCHMARK(BM_LoggerWrite_Rolling);
 BENCHMARK(BM_AppendFloor);
 BENCHMARK(BM_AppendFloorChecked);
