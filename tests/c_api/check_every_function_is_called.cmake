@@ -1,0 +1,15 @@
+cmake_minimum_required(VERSION 3.25)
+# Fails unless the C test program calls every function the C header declares.
+#   cmake -DHEADER=... -DSOURCES=a.c;b.c -P check_every_function_is_called.cmake
+include(${CMAKE_CURRENT_LIST_DIR}/../../cmake/TavroCHeaderFunctions.cmake)
+tavro_c_header_functions(${HEADER} ON names)
+set(calls "")
+foreach(source IN LISTS SOURCES)
+  file(READ ${source} text)
+  string(APPEND calls "${text}")
+endforeach()
+foreach(name IN LISTS names)
+  if(NOT calls MATCHES "[^a-z0-9_]${name}\\(")
+    message(SEND_ERROR "no C test calls ${name}")
+  endif()
+endforeach()
