@@ -50,6 +50,17 @@ void Feed(CRC16& crc, const void* data, std::size_t length) {
   }
 }
 
+// The checks both update functions make before `crc` (the object in `state`) takes the bytes.
+template <typename State, typename Crc>
+tmu_status Update(const char* function, State* state, const void* data, std::size_t length,
+                  Crc* (*objectIn)(State*)) {
+  if (!Present(function, "state", state)) return TMU_INVALID_ARGUMENT;
+  if (length == 0) return TMU_OK;
+  if (!Present(function, "data", data)) return TMU_INVALID_ARGUMENT;
+  Feed(*objectIn(state), data, length);
+  return TMU_OK;
+}
+
 }  // namespace
 
 extern "C" {
@@ -68,11 +79,7 @@ tmu_status tmu_crc32_begin(tmu_crc32_state* state, uint32_t init) {
 }
 
 tmu_status tmu_crc32_update(tmu_crc32_state* state, const void* data, size_t length) {
-  if (!Present("tmu_crc32_update", "state", state)) return TMU_INVALID_ARGUMENT;
-  if (length == 0) return TMU_OK;
-  if (!Present("tmu_crc32_update", "data", data)) return TMU_INVALID_ARGUMENT;
-  Feed(*Crc32In(state), data, length);
-  return TMU_OK;
+  return Update<tmu_crc32_state, Crc32>("tmu_crc32_update", state, data, length, Crc32In);
 }
 
 uint32_t tmu_crc32_result(const tmu_crc32_state* state) {
@@ -94,11 +101,7 @@ tmu_status tmu_crc16_begin(tmu_crc16_state* state) {
 }
 
 tmu_status tmu_crc16_update(tmu_crc16_state* state, const void* data, size_t length) {
-  if (!Present("tmu_crc16_update", "state", state)) return TMU_INVALID_ARGUMENT;
-  if (length == 0) return TMU_OK;
-  if (!Present("tmu_crc16_update", "data", data)) return TMU_INVALID_ARGUMENT;
-  Feed(*Crc16In(state), data, length);
-  return TMU_OK;
+  return Update<tmu_crc16_state, CRC16>("tmu_crc16_update", state, data, length, Crc16In);
 }
 
 uint16_t tmu_crc16_final(tmu_crc16_state* state) {

@@ -46,44 +46,45 @@ bool OutputsPresent(const char* function, uint8_t** output, size_t* output_lengt
   return true;
 }
 
+// The checks and hand-over around one conversion; `convert` calls the class.
+template <typename Conversion>
+tmu_status Convert(const char* function, const void* source, size_t source_length, uint8_t** output,
+                   size_t* output_length, Conversion&& convert) {
+  return Guarded(function, [&]() -> tmu_status {
+    if (!OutputsPresent(function, output, output_length) || !SourceFits(function, source_length)) {
+      return TMU_INVALID_ARGUMENT;
+    }
+    ImageUtil images;
+    unsigned char* made = nullptr;
+    unsigned long madeLength = 0;
+    const bool converted = convert(images, static_cast<unsigned char*>(const_cast<void*>(source)),
+                                   static_cast<unsigned long>(source_length), made, &madeLength);
+    return HandOver(converted, made, madeLength, output, output_length);
+  });
+}
+
 }  // namespace
 
 extern "C" {
 
 tmu_status tmu_image_convert(const void* source, size_t source_length, int image_type, const uint32_t* params,
                              uint32_t param_count, uint8_t** output, size_t* output_length) {
-  return Guarded("tmu_image_convert", [&]() -> tmu_status {
-    if (!OutputsPresent("tmu_image_convert", output, output_length) ||
-        !SourceFits("tmu_image_convert", source_length)) {
-      return TMU_INVALID_ARGUMENT;
-    }
-    ImageUtil images;
-    unsigned char* made = nullptr;
-    unsigned long madeLength = 0;
-    const mvImageFormat format{static_cast<mvImageType>(image_type), const_cast<std::uint32_t*>(params),
-                               param_count};
-    const bool converted =
-        images.SetImageFormat(static_cast<unsigned char*>(const_cast<void*>(source)),
-                              static_cast<unsigned long>(source_length), made, &madeLength, format);
-    return HandOver(converted, made, madeLength, output, output_length);
-  });
+  const mvImageFormat format{static_cast<mvImageType>(image_type), const_cast<std::uint32_t*>(params),
+                             param_count};
+  return Convert("tmu_image_convert", source, source_length, output, output_length,
+                 [&](ImageUtil& images, unsigned char* src, unsigned long srcLen, unsigned char*& made,
+                     unsigned long* madeLength) {
+                   return images.SetImageFormat(src, srcLen, made, madeLength, format);
+                 });
 }
 
 tmu_status tmu_image_resize(const void* source, size_t source_length, int32_t width, int32_t height,
                             uint8_t** output, size_t* output_length) {
-  return Guarded("tmu_image_resize", [&]() -> tmu_status {
-    if (!OutputsPresent("tmu_image_resize", output, output_length) ||
-        !SourceFits("tmu_image_resize", source_length)) {
-      return TMU_INVALID_ARGUMENT;
-    }
-    ImageUtil images;
-    unsigned char* made = nullptr;
-    unsigned long madeLength = 0;
-    const bool converted = images.SetImageDimensions(static_cast<unsigned char*>(const_cast<void*>(source)),
-                                                     static_cast<unsigned long>(source_length), made,
-                                                     &madeLength, tagSIZE{width, height});
-    return HandOver(converted, made, madeLength, output, output_length);
-  });
+  return Convert("tmu_image_resize", source, source_length, output, output_length,
+                 [&](ImageUtil& images, unsigned char* src, unsigned long srcLen, unsigned char*& made,
+                     unsigned long* madeLength) {
+                   return images.SetImageDimensions(src, srcLen, made, madeLength, tagSIZE{width, height});
+                 });
 }
 
 tmu_status tmu_image_to_clipboard(const void* source, size_t source_length) {

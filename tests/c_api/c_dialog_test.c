@@ -28,7 +28,8 @@ static RECT client_rect_of(HWND parent, HWND child) {
   return rect;
 }
 
-static void controls_scale_with_the_dialog(void) {
+/* The button's rectangle after the dialog grew to 800 x 600, with its width locked or not. */
+static RECT button_after_growing(int lock_width) {
   HWND button;
   HWND dialog = make_dialog(&button);
   tmu_dialog_layout* layout = NULL;
@@ -36,33 +37,29 @@ static void controls_scale_with_the_dialog(void) {
   CHECK(dialog != NULL && button != NULL);
   CHECK_INT(TMU_OK, tmu_dialog_layout_create(&layout));
   CHECK_INT(TMU_OK, tmu_dialog_layout_init(layout, dialog, NULL));
+  if (lock_width) CHECK_INT(TMU_OK, tmu_dialog_layout_lock(layout, button, 0, 0, 1, 0));
   SetWindowPos(dialog, NULL, 0, 0, 800, 600, SWP_NOZORDER | SWP_NOMOVE);
   CHECK_INT(TMU_OK, tmu_dialog_layout_size(layout));
   rect = client_rect_of(dialog, button);
+  tmu_dialog_layout_destroy(layout);
+  DestroyWindow(dialog);
+  return rect;
+}
+
+static void controls_scale_with_the_dialog(void) {
+  const RECT rect = button_after_growing(0);
   CHECK_INT(20, rect.left);
   CHECK_INT(20, rect.top);
   CHECK_INT(220, rect.right);
   CHECK_INT(80, rect.bottom);
-  tmu_dialog_layout_destroy(layout);
-  DestroyWindow(dialog);
 }
 
 static void a_locked_width_keeps_its_size(void) {
-  HWND button;
-  HWND dialog = make_dialog(&button);
-  tmu_dialog_layout* layout = NULL;
-  RECT rect;
-  CHECK_INT(TMU_OK, tmu_dialog_layout_create(&layout));
-  CHECK_INT(TMU_OK, tmu_dialog_layout_init(layout, dialog, NULL));
-  CHECK_INT(TMU_OK, tmu_dialog_layout_lock(layout, button, 0, 0, 1, 0));
-  SetWindowPos(dialog, NULL, 0, 0, 800, 600, SWP_NOZORDER | SWP_NOMOVE);
-  CHECK_INT(TMU_OK, tmu_dialog_layout_size(layout));
-  rect = client_rect_of(dialog, button);
+  const RECT rect = button_after_growing(1);
   CHECK_INT(20, rect.left);
+  CHECK_INT(20, rect.top);
   CHECK_INT(120, rect.right);
   CHECK_INT(80, rect.bottom);
-  tmu_dialog_layout_destroy(layout);
-  DestroyWindow(dialog);
 }
 
 static void a_null_layout_is_refused(void) {
