@@ -141,10 +141,13 @@ typedef struct tmu_config tmu_config;
 
 /* Opens the default file (the product's configuration folder). `logging` non-zero: the store
  * logs what it does; `writable` non-zero: tmu_config_set may write. Gives TMU_CFG_SUCCESS with a
- * handle even when the file cannot be read (reads then fail with TMU_CFG_FILE_OPEN_FAILED or
- * TMU_CFG_NOT_FOUND, as the class does), TMU_OUT_OF_MEMORY otherwise. */
+ * handle even when the file cannot be read or is refused, as the class does: the store is then
+ * empty and reads give TMU_CFG_NOT_FOUND. tmu_config_reload(config, 0) right after tells how the
+ * file was read (TMU_CFG_FILE_OPEN_FAILED, TMU_CFG_FILE_UTF8). TMU_OUT_OF_MEMORY otherwise. */
 TMU_API tmu_status tmu_config_open_default(int logging, int writable, tmu_config** config);
-/* Opens the file at `path` (UTF-8), as tmu_config_open_default does otherwise. */
+/* Opens the file at `path` (UTF-8) when it can be opened for reading; otherwise, as the class
+ * does, the DEFAULT file, which a writable handle then writes. Create a new file (empty) before
+ * opening it. Otherwise as tmu_config_open_default. */
 TMU_API tmu_status tmu_config_open(const char* path, int logging, int writable, tmu_config** config);
 TMU_API void tmu_config_close(tmu_config* config);
 
@@ -199,9 +202,10 @@ enum {
   TMU_LOG_DEBUG = 5
 };
 
-/* Writes one entry to the shared log: `area`, `level`, `message`, the optional `data` (null for
- * none) and the source location `file` and `line`, as Logger::Log and Logger::LogString write
- * them. Gives TMU_OK when the entry was handed to the logger (which decides whether it is
+/* Writes one entry to the shared log: `area`, `level` (TMU_LOG_*), `message`, the optional `data`
+ * (null for none) and the source location `file` and `line`, as Logger::Log and
+ * Logger::LogString write them. As for every caller of the logger, the first "%L" or "%s" inside
+ * a message is replaced by the entry template's value (old log readers rely on it). Gives TMU_OK when the entry was handed to the logger (which decides whether it is
  * written), TMU_INVALID_ARGUMENT for a null or malformed text (`data` may be null). The first log
  * call of a process makes its logger and is not synchronised: make it before threads compete. */
 TMU_API tmu_status tmu_log(int level, const char* area, const char* message, const char* data,
@@ -238,8 +242,9 @@ typedef struct tmu_button_pid_list tmu_button_pid_list;
 /* _create gives TMU_OK and a registry, or TMU_OUT_OF_MEMORY. */
 TMU_API tmu_status tmu_button_list_create(tmu_button_list** list);
 TMU_API void tmu_button_list_destroy(tmu_button_list* list);
-/* Stores a copy of `action`, replacing the entry of the same key. TMU_FAILED when the registry
- * could not store it (logged). */
+/* Stores a copy of `action` under its key (window, button type). TMU_FAILED when that key has an
+ * entry already (remove it first; nothing is logged) or when the registry could not store it
+ * (logged). */
 TMU_API tmu_status tmu_button_list_add(tmu_button_list* list, const tmu_button_action* action);
 /* TMU_NOT_FOUND when there was no entry of that key. */
 TMU_API tmu_status tmu_button_list_remove(tmu_button_list* list, void* window, int32_t button_type);
@@ -314,8 +319,8 @@ enum {
 };
 
 /* Converts the image file in `source` to `image_type` (ImageUtil::SetImageFormat), with the
- * format's parameters (`params`: JPEG quality or TIFF colour depth, may be null when
- * `param_count` is 0). On TMU_OK, *output holds the whole new file (free it with tmu_free) and
+ * format's parameters: for JPEG, params[0] is the quality as mvImageFormat.h describes it (other
+ * formats read none; `params` may be null when `param_count` is 0). On TMU_OK, *output holds the whole new file (free it with tmu_free) and
  * *output_length its size. TMU_FAILED when the conversion failed (logged); *output is then null
  * and *output_length 0. */
 TMU_API tmu_status tmu_image_convert(const void* source, size_t source_length, int image_type,

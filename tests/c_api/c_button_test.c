@@ -20,6 +20,11 @@ static void window_registry_adds_gets_reports_and_removes(void) {
   CHECK_INT(TMU_OK, tmu_button_list_add(list, &second));
   CHECK_INT(TMU_OK, tmu_button_list_add(list, &other));
   CHECK_INT(3, tmu_button_list_count(list));
+  /* A key that has an entry keeps it: remove it first to replace it. */
+  first.button_action = 8;
+  CHECK_INT(TMU_FAILED, tmu_button_list_add(list, &first));
+  first.button_action = 7;
+  CHECK_INT(3, tmu_button_list_count(list));
 
   CHECK_INT(TMU_OK, tmu_button_list_get(list, window(0x1234), 2, &found));
   CHECK(found.window == window(0x1234));
@@ -90,6 +95,7 @@ static void process_registry_adds_gets_reports_and_removes(void) {
   CHECK_INT(TMU_OK, tmu_button_pid_list_add(list, &c));
   CHECK_INT(TMU_OK, tmu_button_pid_list_add(list, &b));
   CHECK_INT(3, tmu_button_pid_list_count(list));
+  CHECK_INT(TMU_FAILED, tmu_button_pid_list_add(list, &b));
   CHECK_INT(TMU_OK, tmu_button_pid_list_get(list, 4000000000u, 3, &found));
   CHECK_INT(4000000000u, found.pid);
   CHECK_INT(5, found.button_action);

@@ -210,18 +210,33 @@ static void the_default_file_is_found_through_the_install_folder(void) {
   CHECK_INT(TMU_INVALID_ARGUMENT, tmu_config_open_default(0, 0, NULL));
 }
 
-static void a_file_that_cannot_be_read_leaves_an_empty_store(void) {
+static void a_path_that_cannot_be_opened_gives_the_default_file(void) {
   char path[1100];
-  char buffer[8];
+  char buffer[64];
   size_t length = 0;
   tmu_config* config = NULL;
   CHECK_INT(TMU_CFG_SUCCESS, tmu_config_open(c_test_path("missing.cfg", path, sizeof path), 0, 0, &config));
-  CHECK_INT(TMU_CFG_NOT_FOUND,
-            tmu_config_get_text(config, "/Tavro/App/Name", buffer, sizeof buffer, &length));
+  CHECK_INT(TMU_CFG_SUCCESS, tmu_config_get_text(config, "/Tavro/MedivaneSDK/Logging/LogFileName", buffer,
+                                                 sizeof buffer, &length));
+  CHECK_STR("c_api.log", buffer);
   tmu_config_close(config);
   config = (tmu_config*)buffer;
   CHECK_INT(TMU_INVALID_ARGUMENT, tmu_config_open(NULL, 0, 0, &config));
   CHECK(config == NULL);
+}
+
+static void a_refused_file_opens_empty_and_reload_says_why(void) {
+  static const char utf8[] = "\xEF\xBB\xBF/Tavro/App/Name=Korvina\r\n";
+  char path[1100];
+  char buffer[16];
+  size_t length = 0;
+  tmu_config* config = NULL;
+  CHECK(c_test_write_file(c_test_path("utf8.cfg", path, sizeof path), utf8, sizeof utf8 - 1));
+  CHECK_INT(TMU_CFG_SUCCESS, tmu_config_open(path, 0, 0, &config));
+  CHECK_INT(TMU_CFG_NOT_FOUND,
+            tmu_config_get_text(config, "/Tavro/App/Name", buffer, sizeof buffer, &length));
+  CHECK_INT(TMU_CFG_FILE_UTF8, tmu_config_reload(config, 0));
+  tmu_config_close(config);
 }
 
 const c_test_case c_config_cases[] = {
@@ -237,6 +252,7 @@ const c_test_case c_config_cases[] = {
     {"config_reload_reads_a_changed_file", reload_reads_a_changed_file},
     {"config_the_default_file_is_found_through_the_install_folder",
      the_default_file_is_found_through_the_install_folder},
-    {"config_a_file_that_cannot_be_read_leaves_an_empty_store",
-     a_file_that_cannot_be_read_leaves_an_empty_store},
+    {"config_a_path_that_cannot_be_opened_gives_the_default_file",
+     a_path_that_cannot_be_opened_gives_the_default_file},
+    {"config_a_refused_file_opens_empty_and_reload_says_why", a_refused_file_opens_empty_and_reload_says_why},
     {NULL, NULL}};
