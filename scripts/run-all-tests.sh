@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Every test: the Linux build (Debug), the same under AddressSanitizer and UndefinedBehaviorSanitizer,
-# the same under ThreadSanitizer, the Windows build under Wine, a short smoke run of the benchmarks,
-# and the fuzzers. Stops at the first failure.
+# the same under ThreadSanitizer, the Python package over the Linux library, the Windows build under
+# Wine, a short smoke run of the benchmarks, and the fuzzers. Stops at the first failure.
 #
 # host-tsan runs the whole suite but one logger test, whose lock holder dies on purpose, and the
 # image tests, whose libvips threads synchronise where ThreadSanitizer cannot see: the preset
@@ -59,6 +59,11 @@ for preset in host host-asan host-tsan; do
   step "$preset: test"
   if [ "$preset" = host ]; then
     TAVRO_REQUIRE_AUDIO=1 scripts/with-pulseaudio.sh build/host/pulse ctest --preset "$preset" -j"$jobs"
+    # The Python package, installed into a fresh virtual environment, over the library just built.
+    step "python: package over the C interface"
+    rm -rf build/python-venv
+    TAVRO_MEDIVANE_LIBRARY=$PWD/build/host/lib/libTavroMedivaneUtil.so TAVRO_MVUTIL=$PWD/build/host/bin/mvutil \
+      python/run-tests.sh build/python-venv -q
   else
     env -u PULSE_SERVER ctest --preset "$preset" -j"$jobs"
   fi

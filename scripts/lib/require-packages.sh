@@ -26,4 +26,5 @@ WINDOWS_BUILD_PACKAGES=(cmake ninja-build g++-mingw-w64-x86-64-posix binutils-mi
 # What the Linux builds, tests, fuzzers and benchmarks add.
 HOST_TEST_PACKAGES=(g++ clang libclang-rt-14-dev googletest libbenchmark-dev zlib1g-dev
                     libinih-dev liblog4cplus-dev pkgconf python3 libvips-dev python3-pil imagemagick
-                    libcanberra-dev libcanberra-pulse pulseaudio pulseaudio-utils)
+                    libcanberra-dev libcanberra-pulse pulseaudio pulseaudio-utils
+                    python3-pytest python3-setuptools python3-wheel python3-venv python3-pip)
