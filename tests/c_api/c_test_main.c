@@ -194,39 +194,35 @@ static void remove_tree(const char* path) { nftw(path, remove_entry, 16, FTW_DEP
 
 #endif
 
-static const c_test_case* find_case(const char* name) {
-  const c_test_case* const tables[] = {c_general_cases, c_checksum_cases, c_config_cases,
-                                       c_log_cases,     c_button_cases,   c_key_cases,
-                                       c_image_cases,   c_sound_cases,    c_dialog_cases};
+/* Every file's cases, in the order --list gives them. */
+static const c_test_case* const case_tables[] = {c_general_cases, c_checksum_cases, c_config_cases,
+                                                 c_log_cases,     c_button_cases,   c_key_cases,
+                                                 c_image_cases,   c_sound_cases,    c_dialog_cases};
+
+/* The case called `name`, or with `name` null every case printed; null when none is found. */
+static const c_test_case* find_or_list(const char* name) {
   size_t t;
   const c_test_case* entry;
-  for (t = 0; t < sizeof tables / sizeof tables[0]; ++t) {
-    for (entry = tables[t]; entry->name != NULL; ++entry) {
-      if (strcmp(entry->name, name) == 0) return entry;
+  for (t = 0; t < sizeof case_tables / sizeof case_tables[0]; ++t) {
+    for (entry = case_tables[t]; entry->name != NULL; ++entry) {
+      if (name == NULL) {
+        printf("%s\n", entry->name);
+      } else if (strcmp(entry->name, name) == 0) {
+        return entry;
+      }
     }
   }
   return NULL;
-}
-
-static void list_cases(void) {
-  const c_test_case* const tables[] = {c_general_cases, c_checksum_cases, c_config_cases,
-                                       c_log_cases,     c_button_cases,   c_key_cases,
-                                       c_image_cases,   c_sound_cases,    c_dialog_cases};
-  size_t t;
-  const c_test_case* entry;
-  for (t = 0; t < sizeof tables / sizeof tables[0]; ++t) {
-    for (entry = tables[t]; entry->name != NULL; ++entry) printf("%s\n", entry->name);
-  }
 }
 
 int main(int argc, char** argv) {
   const c_test_case* chosen;
   char folder[1100];
   if (argc == 2 && strcmp(argv[1], "--list") == 0) {
-    list_cases();
+    find_or_list(NULL);
     return 0;
   }
-  if (argc != 2 || (chosen = find_case(argv[1])) == NULL) {
+  if (argc != 2 || (chosen = find_or_list(argv[1])) == NULL) {
     fprintf(stderr, "usage: c_api_test CASE (or --list)\n");
     return 2;
   }
