@@ -205,9 +205,10 @@ enum {
 /* Writes one entry to the shared log: `area`, `level` (TMU_LOG_*), `message`, the optional `data`
  * (null for none) and the source location `file` and `line`, as Logger::Log and
  * Logger::LogString write them. As for every caller of the logger, the first "%L" or "%s" inside
- * a message is replaced by the entry template's value (old log readers rely on it). Gives TMU_OK when the entry was handed to the logger (which decides whether it is
- * written), TMU_INVALID_ARGUMENT for a null or malformed text (`data` may be null). The first log
- * call of a process makes its logger and is not synchronised: make it before threads compete. */
+ * a message is replaced by the entry template's value (old log readers rely on it). Gives TMU_OK when the
+ * entry was handed to the logger (which decides whether it is written), TMU_INVALID_ARGUMENT for a null or
+ * malformed text (`data` may be null). The first log call of a process makes its logger and is not
+ * synchronised: make it before threads compete. */
 TMU_API tmu_status tmu_log(int level, const char* area, const char* message, const char* data,
                            const char* file, int line);
 /* 1 when an entry of `level` in `area` would be written, 0 when not or when `area` is null or not
@@ -320,9 +321,9 @@ enum {
 
 /* Converts the image file in `source` to `image_type` (ImageUtil::SetImageFormat), with the
  * format's parameters: for JPEG, params[0] is the quality as mvImageFormat.h describes it (other
- * formats read none; `params` may be null when `param_count` is 0). On TMU_OK, *output holds the whole new file (free it with tmu_free) and
- * *output_length its size. TMU_FAILED when the conversion failed (logged); *output is then null
- * and *output_length 0. */
+ * formats read none; `params` may be null when `param_count` is 0). On TMU_OK, *output holds the whole new
+ * file (free it with tmu_free) and *output_length its size. TMU_FAILED when the conversion failed (logged);
+ * *output is then null and *output_length 0. */
 TMU_API tmu_status tmu_image_convert(const void* source, size_t source_length, int image_type,
                                      const uint32_t* params, uint32_t param_count, uint8_t** output,
                                      size_t* output_length);
