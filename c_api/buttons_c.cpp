@@ -25,10 +25,14 @@ using Tavro_KVO_Util::c_api::CopyTextOut;
 using Tavro_KVO_Util::c_api::Guarded;
 using Tavro_KVO_Util::c_api::Present;
 
-// The report is written into a fixed buffer that must hold all of it; this much is tried first,
-// then twice as much until it fits. A registry entry's line is well under 200 characters.
-constexpr unsigned long kFirstReportCharacters = 4096;
-constexpr unsigned long kLargestReportCharacters = 1UL << 28;
+// The report is written into a fixed buffer that must hold all of it, so the buffer is sized from
+// the entry count: the header line "Total Actions: <count>\n" and the longest entry line,
+// "HWND: <16 digits>, Button Type: <int32>, Button Action: <int32>\n" (77 characters; a process
+// line is shorter), with room to spare.
+constexpr unsigned long kReportHeaderCharacters = 48;
+constexpr unsigned long kReportLineCharacters = 96;
+// Another thread may add entries between the count and the report: so many tries, each sized anew.
+constexpr int kReportTries = 3;
 
 tmu_button_action ToC(const ButtonActionInfo& info) {
   return {info.hWnd, info.buttonType, info.buttonAction, info.actionData1, info.actionData2};
@@ -54,13 +58,17 @@ tmu_status Create(const char* function, Registry** out) {
   });
 }
 
-// The whole report of `registry`, grown until GetReport says it fitted.
+// The whole report of `registry`, in a buffer sized from its count (see above).
 template <typename Registry>
 tmu_status Report(const char* function, Registry* list, char* buffer, size_t capacity, size_t* length) {
   return Guarded(function, [&]() -> tmu_status {
     if (!Present(function, "list", list) || !Present(function, "length", length)) return TMU_INVALID_ARGUMENT;
     *length = 0;
-    for (unsigned long size = kFirstReportCharacters; size <= kLargestReportCharacters; size *= 2) {
+    for (int attempt = 0; attempt < kReportTries; ++attempt) {
+      // One line more than counted, so that an entry added meanwhile still fits.
+      const unsigned long size =
+          kReportHeaderCharacters +
+          (static_cast<unsigned long>(list->registry.GetCount()) + 1) * kReportLineCharacters;
       std::vector<wchar_t> wide(size, L'\0');
       if (list->registry.GetReport(wide.data(), size)) {
         return CopyTextOut(Tavro_KVO_Util::platform::WideToUtf8(wide.data()), buffer, capacity, length);

@@ -137,8 +137,8 @@ static void process_registry_adds_gets_reports_and_removes(void) {
   tmu_button_pid_list_destroy(NULL);
 }
 
-static void a_report_longer_than_the_first_try_is_whole(void) {
-  /* 200 entries need more than the 4096 characters tried first. */
+static void a_long_report_is_whole(void) {
+  /* 200 entries: a report of 8819 characters, sized from the count. */
   tmu_button_pid_list* list = NULL;
   tmu_button_pid_action action = {0, 1, 1, 0, 0};
   static char report[16384];
@@ -156,10 +156,33 @@ static void a_report_longer_than_the_first_try_is_whole(void) {
   tmu_button_pid_list_destroy(list);
 }
 
+static void a_report_of_the_longest_lines_is_whole(void) {
+  /* 300 entries whose lines are as long as lines get: 16 hexadecimal digits and two numbers of
+   * eleven characters, 77 characters a line. */
+  tmu_button_list* list = NULL;
+  tmu_button_action action = {NULL, 0, INT32_MIN, 0, 0};
+  static char report[32768];
+  static const char last[] = "HWND: FFFFFFFFFFFFFFFF, Button Type: -2147483349, Button Action: -2147483648\n";
+  size_t length = 0;
+  int32_t i;
+  CHECK_INT(TMU_OK, tmu_button_list_create(&list));
+  action.window = (void*)UINTPTR_MAX;
+  for (i = 0; i < 300; ++i) {
+    action.button_type = INT32_MIN + i;
+    CHECK_INT(TMU_OK, tmu_button_list_add(list, &action));
+  }
+  CHECK_INT(TMU_OK, tmu_button_list_report(list, report, sizeof report, &length));
+  CHECK_INT(19 + 300 * 77, length);
+  CHECK_INT(77, sizeof last - 1);
+  CHECK(strncmp(report + length - 77, last, 77) == 0);
+  tmu_button_list_destroy(list);
+}
+
 const c_test_case c_button_cases[] = {
     {"buttons_window_registry_adds_gets_reports_and_removes", window_registry_adds_gets_reports_and_removes},
     {"buttons_window_registry_checks_its_arguments", window_registry_checks_its_arguments},
     {"buttons_process_registry_adds_gets_reports_and_removes",
      process_registry_adds_gets_reports_and_removes},
-    {"buttons_a_report_longer_than_the_first_try_is_whole", a_report_longer_than_the_first_try_is_whole},
+    {"buttons_a_long_report_is_whole", a_long_report_is_whole},
+    {"buttons_a_report_of_the_longest_lines_is_whole", a_report_of_the_longest_lines_is_whole},
     {NULL, NULL}};

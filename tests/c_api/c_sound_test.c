@@ -57,7 +57,7 @@ static void register_writes_the_scheme_and_unregister_removes_it(void) {
   (void)error_key;
 }
 
-static void play_returns_at_once(void) {
+static void play_gives_ok_for_an_event_and_for_a_value_outside_the_table(void) {
   CHECK_INT(TMU_OK, tmu_sound_register());
   CHECK_INT(TMU_OK, tmu_sound_play(1, 1));
   CHECK_INT(TMU_OK, tmu_sound_play(27, 0));
@@ -85,6 +85,7 @@ static void events_are_found_by_their_scheme_names(void) {
 const c_test_case c_sound_cases[] = {
     {"sound_register_writes_the_scheme_and_unregister_removes_it",
      register_writes_the_scheme_and_unregister_removes_it},
-    {"sound_play_returns_at_once", play_returns_at_once},
+    {"sound_play_gives_ok_for_an_event_and_for_a_value_outside_the_table",
+     play_gives_ok_for_an_event_and_for_a_value_outside_the_table},
     {"sound_events_are_found_by_their_scheme_names", events_are_found_by_their_scheme_names},
     {NULL, NULL}};
