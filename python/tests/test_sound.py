@@ -71,7 +71,7 @@ def test_an_unknown_name_is_not_found(name: str) -> None:
 
 
 @pytest.mark.usefixtures("registered")
-def test_play_returns_at_once_for_names_and_numbers() -> None:
+def test_play_takes_names_and_numbers_without_error() -> None:
     sound.play("Error")
     sound.play(SoundEvent.BUTTON_CLICK, interrupt=False)
     sound.play(1)
