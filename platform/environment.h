@@ -12,6 +12,13 @@ namespace Tavro_KVO_Util::platform {
 // or needs more than `maxChars` characters (terminator included).
 bool ExpandEnvironmentText(const std::wstring& text, std::size_t maxChars, std::wstring& expanded);
 
+// Expands `text` into a buffer of `bufferChars` characters (terminator included) and gives what
+// that buffer then holds. A result that fits is the whole expansion; one that does not is cut to
+// its first `bufferChars` - 1 characters, which is what Windows' ExpandEnvironmentStringsW leaves
+// there (Wine 8 measured). On Windows the buffer is the system's, terminated by us, so a version
+// that leaves it empty gives an empty text. `bufferChars` must be at least 1.
+std::wstring ExpandEnvironmentTextInBuffer(const std::wstring& text, std::size_t bufferChars);
+
 }  // namespace Tavro_KVO_Util::platform
 
 #endif  // TAVROMEDIVANEUTIL_PLATFORM_ENVIRONMENT_H

@@ -1,6 +1,7 @@
 #include "sound/sound_playback.h"
 
 #include <atomic>
+#include <cstdint>
 
 #include "logging/log_levels.h"
 #include "platform/environment.h"
@@ -14,12 +15,18 @@ namespace Tavro_KVO_Util::internal {
 
 namespace {
 
-// The scheme value is read into 512 bytes (255 characters and the terminator) and expanded into
-// 512 characters: a longer value is not played.
+// The scheme value is read into 512 bytes (255 characters and the terminator): a longer value is
+// not played. It is expanded into 512 characters; a longer expansion is played cut, as Windows
+// leaves it, and the player's fall-back to the default sound takes care of the missing file.
 constexpr std::size_t kValueBytes = 512;
 constexpr std::size_t kExpandedChars = 512;
 
 std::atomic<PlayRecorderForTesting*> gPlayRecorder{nullptr};
+
+// One bit for each event whose unplayable file the process has reported already: a program that
+// plays a missing sound at every button press says so once, not at every press.
+std::atomic<std::uint32_t> gUnplayableReported{0};
+static_assert(kSoundEventRows <= 32, "one bit per event, whose values are 0 to 26");
 
 // Opens the event's ".Current" key, repairing the scheme first when the key is missing.
 long OpenCurrentKey(const SoundEventTableEntry& row, const std::wstring& keyName, platform::SchemeKey& key) {
@@ -44,16 +51,31 @@ long OpenCurrentKey(const SoundEventTableEntry& row, const std::wstring& keyName
   return platform::OpenSchemeKey(keyName, platform::kSchemeReadAccess, key);
 }
 
-void HandToPlayer(const std::wstring& path, unsigned long flags) {
+// A file that cannot be played is not an error of the call: the platform plays its default sound
+// instead (Windows says nothing of it; the Linux player says why). Reported once per event, at WARN.
+void ReportUnplayableOnce(const SoundEventTableEntry& row, const std::wstring& path,
+                          const std::wstring& why) {
+  const std::uint32_t bit = std::uint32_t{1} << static_cast<unsigned>(row.type);
+  if ((gUnplayableReported.fetch_or(bit) & bit) != 0) return;
+  ReportSound(kLevelWarn, __LINE__,
+              L"SoundEvent::Play: Unable to play sound '%s' for '%s': %s (said once per event)", path.c_str(),
+              row.name, why.c_str());
+}
+
+void HandToPlayer(const SoundEventTableEntry& row, const std::wstring& path, unsigned long flags) {
   if (PlayRecorderForTesting* recorder = gPlayRecorder.load()) {
     recorder->Record({path, flags});
     return;
   }
   std::wstring whyNot;
-  if (platform::PlaySoundFile(path, flags, whyNot) == platform::PlayOutcome::kFailed) {
-    // Only the Linux player knows when nothing will play; Windows leaves that to its fall-back.
-    ReportSound(kLevelError, __LINE__, L"SoundEvent::Play: Unable to play sound '%s': %s", path.c_str(),
-                whyNot.c_str());
+  switch (platform::PlaySoundFile(path, flags, whyNot)) {
+    case platform::PlayOutcome::kHandedOver:
+    case platform::PlayOutcome::kDropped:
+      return;
+    case platform::PlayOutcome::kDefaultPlayed:
+    case platform::PlayOutcome::kFailed:
+      ReportUnplayableOnce(row, path, whyNot);
+      return;
   }
 }
 
@@ -85,18 +107,15 @@ void PlaySoundEvent(SoundEventType eventType, bool interrupt) {
   unsigned long flags = platform::kPlayFileName | platform::kPlayAsync;
   if (!interrupt) flags |= platform::kPlayNoStop;
 
-  std::wstring path = value;
-  if (type == platform::kSchemeExpandString) {
-    if (!platform::ExpandEnvironmentText(value, kExpandedChars, path)) {
-      ReportSound(kLevelError, __LINE__, L"SoundEvent::Play: Unable to expand '%s' in %d characters",
-                  value.c_str(), static_cast<int>(kExpandedChars));
-      return;
-    }
-  }
+  const std::wstring path = type == platform::kSchemeExpandString
+                                ? platform::ExpandEnvironmentTextInBuffer(value, kExpandedChars)
+                                : value;
   ReportSound(kLevelDebug, __LINE__, L"SoundEvent::Play: Playing sound '%s' ('%s').", row->name,
               path.c_str());
-  HandToPlayer(path, flags);
+  HandToPlayer(*row, path, flags);
 }
+
+void ForgetUnplayableReportsForTesting() { gUnplayableReported.store(0); }
 
 PlayRecorderForTesting::PlayRecorderForTesting() : mPrevious(gPlayRecorder.exchange(this)) {}
 PlayRecorderForTesting::~PlayRecorderForTesting() { gPlayRecorder.store(mPrevious); }

@@ -38,6 +38,10 @@ class PlayRecorderForTesting {
   std::vector<PlayRequest> mRequests;
 };
 
+// Test seam: forgets which events' unplayable files were reported, so that a test sees the first
+// report of each event again.
+void ForgetUnplayableReportsForTesting();
+
 }  // namespace Tavro_KVO_Util::internal
 
 #endif  // TAVROMEDIVANEUTIL_SOUND_SOUND_PLAYBACK_H

@@ -1,12 +1,15 @@
 #include "platform/environment.h"
 
 #include <cstdlib>
+#include <utility>
 
 #include "platform/utf8.h"
 
 namespace Tavro_KVO_Util::platform {
 
-bool ExpandEnvironmentText(const std::wstring& text, std::size_t maxChars, std::wstring& expanded) {
+namespace {
+
+std::wstring Expanded(const std::wstring& text) {
   std::wstring out;
   std::size_t at = 0;
   while (at < text.size()) {
@@ -28,9 +31,23 @@ bool ExpandEnvironmentText(const std::wstring& text, std::size_t maxChars, std::
       at = close;
     }
   }
+  return out;
+}
+
+}  // namespace
+
+bool ExpandEnvironmentText(const std::wstring& text, std::size_t maxChars, std::wstring& expanded) {
+  std::wstring out = Expanded(text);
   if (out.size() + 1 > maxChars) return false;
-  expanded = out;
+  expanded = std::move(out);
   return true;
+}
+
+std::wstring ExpandEnvironmentTextInBuffer(const std::wstring& text, std::size_t bufferChars) {
+  std::wstring out = Expanded(text);
+  // Cut as Windows cuts a result that does not fit its buffer.
+  if (out.size() + 1 > bufferChars) out.resize(bufferChars - 1);
+  return out;
 }
 
 }  // namespace Tavro_KVO_Util::platform

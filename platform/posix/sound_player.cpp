@@ -73,17 +73,33 @@ ca_context* OpenContext(std::wstring& whyNot) {
   return nullptr;
 }
 
-int PlayFile(ca_context* context, const std::string& file) {
+// Plays the sound that the one property `name` = `value` names: a file, or an event of the theme.
+int PlaySound(ca_context* context, const char* name, const std::string& value) {
   ca_proplist* properties = nullptr;
   int result = ca_proplist_create(&properties);
   if (result != CA_SUCCESS) return result;
-  result = ca_proplist_sets(properties, CA_PROP_MEDIA_FILENAME, file.c_str());
+  result = ca_proplist_sets(properties, name, value.c_str());
   if (result == CA_SUCCESS) result = ca_proplist_sets(properties, CA_PROP_CANBERRA_CACHE_CONTROL, "never");
   if (result == CA_SUCCESS) {
     result = ca_context_play_full(context, kSoundId, properties, /*cb=*/nullptr, /*userdata=*/nullptr);
   }
   ca_proplist_destroy(properties);
   return result;
+}
+
+// The file could not be played (`why`): the default sound plays in its place, as Windows plays
+// its own for a file it cannot play.
+PlayOutcome PlayDefaultInstead(ca_context* context, const std::wstring& why, std::wstring& whyNot) {
+  const int result = PlaySound(context, CA_PROP_EVENT_ID, kDefaultSoundEventId);
+  if (result == CA_SUCCESS) {
+    whyNot = why + L"; the default sound plays instead";
+    return PlayOutcome::kDefaultPlayed;
+  }
+  whyNot =
+      why + L"; " +
+      Describe(L"the default sound \"" + Utf8ToWide(kDefaultSoundEventId) + L"\" cannot be played either",
+               result);
+  return PlayOutcome::kFailed;
 }
 
 // Under the player's lock. A context that fails in a way a new one might not is replaced once.
@@ -103,22 +119,21 @@ PlayOutcome PlayLocked(Player& player, const std::string& file, unsigned long fl
       // Fails harmlessly when nothing plays; a broken connection shows in the play that follows.
       ca_context_cancel(player.context, kSoundId);
     }
-    const int result = PlayFile(player.context, file);
+    if (file.empty()) return PlayDefaultInstead(player.context, L"no file name", whyNot);
+    const int result = PlaySound(player.context, CA_PROP_MEDIA_FILENAME, file);
     if (result == CA_SUCCESS) {
       whyNot.clear();  // an earlier attempt's reason no longer applies
       return PlayOutcome::kHandedOver;
     }
-    whyNot = Describe(L"ca_context_play failed for \"" + Utf8ToWide(file) + L"\"", result);
-    if (attempt > 0 || !WorthANewContext(result)) return PlayOutcome::kFailed;
+    const std::wstring why = Describe(L"ca_context_play failed for \"" + Utf8ToWide(file) + L"\"", result);
+    if (!WorthANewContext(result)) return PlayDefaultInstead(player.context, why, whyNot);
+    whyNot = why;
+    if (attempt > 0) return PlayOutcome::kFailed;
     ca_context_destroy(std::exchange(player.context, nullptr));
   }
 }
 
 PlayOutcome Play(const std::wstring& path, unsigned long flags, std::wstring& whyNot) {
-  if (path.empty()) {
-    whyNot = L"no file name: nothing to play (there is no default sound here)";
-    return PlayOutcome::kFailed;
-  }
   std::string file = WideToUtf8(path);
   for (char& c : file) {
     if (c == '\\') c = '/';

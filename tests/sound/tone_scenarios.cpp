@@ -10,6 +10,10 @@
 #include <string>
 #include <thread>
 
+#ifdef _WIN32
+#include "platform/win32/windows_include.h"
+#endif
+
 #include "SoundEvent.h"
 #include "logging/library_log.h"
 #include "platform/sound_scheme.h"
@@ -41,10 +45,60 @@ std::wstring InstallDir() {
   return std::wstring(text.begin(), text.end());
 }
 
-bool Run(const std::string& scenario) {
+// Where the system finds its default sound, the one it plays for a file it cannot play. Windows:
+// the user's scheme entry for "SystemDefault" (a plain path, not expanded; Wine 8 never plays it,
+// which the expected silence under Wine records). Linux: the sound theme's "bell-window-system",
+// which the test puts in XDG_DATA_HOME (make_tones.py).
+bool PointTheDefaultSoundAtTheFallbackTone() {
+#ifdef _WIN32
+  const std::wstring node = L"AppEvents\\Schemes\\Apps\\.Default\\SystemDefault\\";
+  for (const wchar_t* leaf : {L".Current", L".Default"}) {
+    platform::SchemeKey key;
+    if (platform::CreateSchemeKey(node + leaf, key) != 0 ||
+        platform::SetSchemeDefaultValue(key, platform::kSchemeString,
+                                        InstallDir() + L"Sounds\\Fallback.wav") != 0) {
+      return false;
+    }
+  }
+#endif
+  return true;
+}
+
+// Plays `event` three times, each in full. The file cannot be played, so each time the default
+// sound is heard; the log has the three "Playing sound" lines, at most one line saying why
+// (Linux, at WARN) and no error.
+bool PlayThreeTimesAndCheckTheLog(Tavro_KVO_Util::SoundEventType event,
+                                  internal::ReportRecorderForTesting& reports) {
+  reports.Clear();  // the clean-up before registering reports a node that is not there
+  for (int play = 0; play < 3; ++play) {
+    SoundEvent::Play(event, true);
+    LetItPlay(kWholeSound);
+  }
+  int playing = 0;
+  int unplayable = 0;
+  int errors = 0;
+  for (const internal::ReportedEntry& entry : reports.Entries()) {
+    if (entry.message.rfind(L"SoundEvent::Play: Playing sound ", 0) == 0) ++playing;
+    if (entry.message.rfind(L"SoundEvent::Play: Unable to play sound ", 0) == 0 && entry.level == 3)
+      ++unplayable;
+    if (entry.level <= 2) ++errors;
+  }
+#ifdef _WIN32
+  const int expectedUnplayable = 0;  // Windows plays its default sound and says nothing
+#else
+  const int expectedUnplayable = 1;
+#endif
+  if (playing == 3 && unplayable == expectedUnplayable && errors == 0) return true;
+  std::cerr << "log: " << playing << " playing lines (3 expected), " << unplayable << " unplayable lines ("
+            << expectedUnplayable << " expected), " << errors << " errors (0 expected)\n";
+  return false;
+}
+
+bool Run(const std::string& scenario, internal::ReportRecorderForTesting& reports) {
   // A clean scheme, registered as an installation would.
   internal::DeleteSchemeKeyTree(internal::kSchemeNode);
   SoundEvent::Register();
+  if (!PointTheDefaultSoundAtTheFallbackTone()) return false;
 
   if (scenario == "expanded") {  // Error's ".Current": "%KVO_INSTALL_DIR%Sounds\Error.wav"
     SoundEvent::Play(Tavro_KVO_Util::SOUND_ERROR, true);
@@ -78,6 +132,18 @@ bool Run(const std::string& scenario) {
     }
     SoundEvent::Play(Tavro_KVO_Util::SOUND_DEFAULT, true);
     LetItPlay(kWholeSound);
+  } else if (scenario == "missing") {  // a registered file that is not installed
+    if (!PlayThreeTimesAndCheckTheLog(Tavro_KVO_Util::SOUND_RFID_READ_SUCCESS, reports)) return false;
+  } else if (scenario == "empty") {  // the one event registered with an empty path
+    if (!PlayThreeTimesAndCheckTheLog(Tavro_KVO_Util::SOUND_BARCODE_WAIT_SUCCESS, reports)) return false;
+  } else if (scenario == "long") {  // an installation folder of 600 characters: the path comes out cut
+    const std::string longDir(600, 'd');
+#ifdef _WIN32
+    if (!SetEnvironmentVariableA("KVO_INSTALL_DIR", ("C:\\" + longDir.substr(3)).c_str())) return false;
+#else
+    if (setenv("KVO_INSTALL_DIR", ("/" + longDir.substr(1)).c_str(), 1) != 0) return false;
+#endif
+    if (!PlayThreeTimesAndCheckTheLog(Tavro_KVO_Util::SOUND_ERROR, reports)) return false;
   } else {
     std::cerr << "unknown scenario '" << scenario << "'\n";
     return false;
@@ -94,9 +160,9 @@ int main(int argc, char** argv) {
     return 2;
   }
   internal::ReportRecorderForTesting reports;
-  const bool ran = Run(argv[1]);
-  for (const std::wstring& message : reports.Messages()) {
-    std::cerr << std::string(message.begin(), message.end()) << "\n";
+  const bool ran = Run(argv[1], reports);
+  for (const internal::ReportedEntry& entry : reports.Entries()) {
+    std::cerr << entry.level << " " << std::string(entry.message.begin(), entry.message.end()) << "\n";
   }
   return ran ? 0 : 1;
 }

@@ -10,7 +10,7 @@ import sys
 import wave
 
 # The tones the fixtures use, in Hz (written by make_tones.py).
-CANDIDATES = (440, 660, 880, 1320)
+CANDIDATES = (440, 660, 880, 1320, 1760)
 WINDOW_SECONDS = 0.05
 
 
