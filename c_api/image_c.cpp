@@ -1,11 +1,14 @@
-// The image functions of the C interface: each call uses its own ImageUtil on the calling thread
-// (the class starts the imaging library and COM for the thread that made it).
+// The image functions of the C interface. Each call uses an ImageUtil of its own on the calling
+// thread, so that the thread's COM state is left as the caller had it; the imaging library itself
+// is kept started for the process from the first call on, so that the ImageUtil of a call only
+// counts a reference instead of starting and stopping the whole library every time.
 #include <climits>
 #include <cstdint>
 
 #include "ImageUtil.h"
 #include "TavroMedivaneUtil_c.h"
 #include "c_api/c_api_support.h"
+#include "platform/image_codecs.h"
 
 namespace {
 
@@ -15,12 +18,24 @@ using Tavro_KVO_Util::c_api::Guarded;
 using Tavro_KVO_Util::c_api::Present;
 using Tavro_KVO_Util::c_api::ReportBadArgument;
 
+// The first call starts the imaging library once more than any ImageUtil does and never stops
+// it: GDI+ may not be shut down while the library unloads (under the loader lock), and the
+// process's end releases it. Libvips stays started for the process anyway.
+void KeepImagingStarted() {
+  static const std::uintptr_t kToken = Tavro_KVO_Util::platform::StartImaging();
+  (void)kToken;
+}
+
 // The class's lengths are unsigned long: 32 bits on Windows.
 bool SourceFits(const char* function, size_t length) {
   if (length <= ULONG_MAX) return true;
   ReportBadArgument(function, "source_length", "is larger than the image functions take");
   return false;
 }
+
+// What the class leaves in the length when it did not write it: every failure but the output's
+// allocation ("Destination buffer is NULL!") and its rewind returns before the length is stored.
+constexpr unsigned long kLengthNotStored = ULONG_MAX;
 
 // The class's new[] array handed over as memory tmu_free releases; the array is freed either way.
 tmu_status HandOver(bool converted, unsigned char* made, unsigned long madeLength, uint8_t** output,
@@ -29,6 +44,8 @@ tmu_status HandOver(bool converted, unsigned char* made, unsigned long madeLengt
     unsigned char* bytes;
     ~ArrayOwner() { delete[] bytes; }
   } owner{made};
+  // The one failure with a stored length and no array: the output could not be allocated.
+  if (!converted && made == nullptr && madeLength != kLengthNotStored) return TMU_OUT_OF_MEMORY;
   if (!converted) return TMU_FAILED;
   if (made == nullptr || madeLength == 0) return TMU_OK;  // the class's empty output
   void* copy = CopyForCaller(made, madeLength);
@@ -51,12 +68,14 @@ template <typename Conversion>
 tmu_status Convert(const char* function, const void* source, size_t source_length, uint8_t** output,
                    size_t* output_length, Conversion&& convert) {
   return Guarded(function, [&]() -> tmu_status {
-    if (!OutputsPresent(function, output, output_length) || !SourceFits(function, source_length)) {
+    if (!Present(function, "source", source) || !OutputsPresent(function, output, output_length) ||
+        !SourceFits(function, source_length)) {
       return TMU_INVALID_ARGUMENT;
     }
+    KeepImagingStarted();
     ImageUtil images;
     unsigned char* made = nullptr;
-    unsigned long madeLength = 0;
+    unsigned long madeLength = kLengthNotStored;
     const bool converted = convert(images, static_cast<unsigned char*>(const_cast<void*>(source)),
                                    static_cast<unsigned long>(source_length), made, &madeLength);
     return HandOver(converted, made, madeLength, output, output_length);
@@ -89,7 +108,10 @@ tmu_status tmu_image_resize(const void* source, size_t source_length, int32_t wi
 
 tmu_status tmu_image_to_clipboard(const void* source, size_t source_length) {
   return Guarded("tmu_image_to_clipboard", [&]() -> tmu_status {
-    if (!SourceFits("tmu_image_to_clipboard", source_length)) return TMU_INVALID_ARGUMENT;
+    if (!Present("tmu_image_to_clipboard", "source", source) ||
+        !SourceFits("tmu_image_to_clipboard", source_length))
+      return TMU_INVALID_ARGUMENT;
+    KeepImagingStarted();
     ImageUtil images;
     return images.CopyToClipBoard(static_cast<unsigned char*>(const_cast<void*>(source)),
                                   static_cast<unsigned long>(source_length))

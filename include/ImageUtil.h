@@ -93,6 +93,8 @@ class TAVRO_KVO_UTIL_API ImageUtil {
  public:
   // The largest decoded image, in pixels, that the Linux build accepts (about 100 megapixels).
   static constexpr std::uint64_t kMaxLinuxPixels = 100'000'000;
+  // The largest stretch, in pixels (width x height), on every system: see SetImageDimensions.
+  static constexpr std::uint64_t kMaxStretchPixels = 100'000'000;
 
   // Starts the imaging library and initialises COM (apartment model) for the calling thread.
   // A thread that already runs the multi-threaded model is accepted: COM is used as it is and
@@ -119,9 +121,13 @@ class TAVRO_KVO_UTIL_API ImageUtil {
 
   // Stretches the image in the `srcLen` bytes at `src` to exactly `size.cx` x `size.cy` pixels
   // (bicubic; the aspect ratio is not kept) and returns it as a BMP file in the source's pixel
-  // format, allocated as by SetImageFormat. A source that does not decode, or a size the system
-  // cannot make, is not reported separately: the call returns true with a short or empty file.
+  // format, allocated as by SetImageFormat. A source that does not decode, or a stretch the system
+  // fails to make, is not reported separately: the call returns true with a short or empty file.
   // Failures before decoding are those of SetImageFormat.
+  // Sizes, the same on every system: a width or height below 1, or more than kMaxStretchPixels
+  // pixels in all (70000 x 70000, say), is not stretched. The call logs "Size <cx>x<cy> cannot be
+  // made: ..." at WARN (3) and returns true with an empty output: `*dstLen` 0 and `dst` an array
+  // of no bytes, which the caller still frees with delete[]. Nothing of that size is allocated.
   bool SetImageDimensions(unsigned char* src, unsigned long srcLen, unsigned char*& dst,
                           unsigned long* dstLen, tagSIZE size);
 

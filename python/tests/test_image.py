@@ -9,9 +9,19 @@ import zlib
 import pytest
 
 from support import make_bmp
-from tavro_medivane import OperationFailedError, Status, image
+from tavro_medivane import OperationFailedError, Status, _library, image
 
 JUNK = b"\x5a\x5a\x5a" + bytes(61)
+
+
+@pytest.fixture
+def library_unreachable(monkeypatch: pytest.MonkeyPatch) -> None:
+    """Makes any call into the library fail the test: for arguments refused before it."""
+
+    def unreachable() -> object:
+        raise AssertionError("the library was called")
+
+    monkeypatch.setattr(_library, "library", unreachable)
 
 
 def png_chunks(png: bytes) -> list[tuple[bytes, bytes]]:
@@ -53,6 +63,32 @@ def test_convert_to_jpeg_takes_the_quality() -> None:
     assert len(lower) < len(best)
 
 
+def test_quality_0_is_100_as_is_no_quality() -> None:
+    best = image.convert(make_bmp(), "jpeg", quality=100)
+    assert image.convert(make_bmp(), "jpeg", quality=0) == best
+    assert image.convert(make_bmp(), "jpeg", quality=None) == best
+
+
+def test_a_lower_quality_gives_a_smaller_file() -> None:
+    lower = image.convert(make_bmp(), "jpeg", quality=40)
+    assert lower[:3] == b"\xff\xd8\xff"
+    assert len(lower) < len(image.convert(make_bmp(), "jpeg", quality=100))
+
+
+@pytest.mark.skipif(sys.platform == "win32", reason="GDI+ takes a quality above 100")
+@pytest.mark.parametrize("quality", [101, 150, 2**32 - 1])
+def test_a_quality_above_100_fails_in_the_encoder_on_linux(quality: int) -> None:
+    with pytest.raises(OperationFailedError) as caught:
+        image.convert(make_bmp(), "jpeg", quality=quality)
+    assert caught.value.status == Status.FAILED
+    assert str(caught.value) == "image.convert to jpeg: TMU_FAILED: the operation failed; the log says why"
+
+
+@pytest.mark.skipif(sys.platform != "win32", reason="libvips refuses a quality above 100")
+def test_a_quality_above_100_is_taken_on_windows() -> None:
+    assert image.convert(make_bmp(), "jpeg", quality=150)[:3] == b"\xff\xd8\xff"
+
+
 def test_convert_to_gif_and_tiff() -> None:
     gif = image.convert(make_bmp(), "gif")
     assert gif[:6] == b"GIF89a"
@@ -85,10 +121,17 @@ def test_an_unknown_format_is_refused(format: object) -> None:
         image.convert(make_bmp(), format)  # type: ignore[arg-type]
 
 
-@pytest.mark.parametrize("quality", [0, 101, -5])
-def test_a_quality_outside_1_to_100_is_refused(quality: int) -> None:
-    with pytest.raises(ValueError, match="quality must be within 1..100"):
+@pytest.mark.parametrize("quality", [-1, 2**32])
+def test_a_quality_that_32_unsigned_bits_cannot_hold_is_refused(quality: int, library_unreachable: None) -> None:
+    with pytest.raises(ValueError) as caught:
         image.convert(make_bmp(), "jpeg", quality=quality)
+    assert str(caught.value) == f"quality must fit in 32 unsigned bits (0..4294967295), not {quality}"
+
+
+@pytest.mark.parametrize("quality", [True, 80.0, "80"])
+def test_a_quality_that_is_not_an_int_is_refused(quality: object, library_unreachable: None) -> None:
+    with pytest.raises(TypeError, match="quality must be an int that fits in 32 unsigned bits"):
+        image.convert(make_bmp(), "jpeg", quality=quality)  # type: ignore[arg-type]
 
 
 def test_quality_is_for_jpeg_only() -> None:
@@ -112,10 +155,21 @@ def test_resize_of_bytes_that_do_not_decode_is_empty() -> None:
     assert image.resize(JUNK, (4, 4)) == b""
 
 
-@pytest.mark.parametrize("size", [(0, 5), (5, 0), (-1, 2), (2**31, 1)])
-def test_resize_refuses_a_size_without_pixels(size: tuple[int, int]) -> None:
-    with pytest.raises(ValueError):
+@pytest.mark.parametrize("size", [(0, 10), (10, 0), (-5, 10), (70000, 70000)])
+def test_resize_to_a_size_without_pixels_or_beyond_100_megapixels_is_empty(size: tuple[int, int]) -> None:
+    assert image.resize(make_bmp(), size) == b""
+
+
+@pytest.mark.parametrize(
+    ("size", "what", "value"),
+    [((2**31, 1), "width", 2**31), ((1, -(2**31) - 1), "height", -(2**31) - 1)],
+)
+def test_resize_refuses_a_size_that_32_signed_bits_cannot_hold(
+    size: tuple[int, int], what: str, value: int, library_unreachable: None
+) -> None:
+    with pytest.raises(ValueError) as caught:
         image.resize(make_bmp(), size)
+    assert str(caught.value) == f"{what} must fit in 32 signed bits (-2147483648..2147483647), not {value}"
 
 
 def test_image_functions_refuse_text() -> None:

@@ -6,10 +6,12 @@
 #include <cstdint>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "TavroMedivaneUtil_c.h"
 #include "c_api/c_api_support.h"
+#include "image/destination_copy.h"
 #include "logging/library_log.h"
 #include "support/allocation_failures.h"
 #include "support/private_install_dir.h"
@@ -66,6 +68,88 @@ TEST(CApiGuard, EveryRefusedArgumentIsReportedWithItsName) {
                 L"TavroMedivaneUtil_c|2|.\\TavroMedivaneUtil_c.cpp|tmu_image_convert: output is null",
                 L"TavroMedivaneUtil_c|2|.\\TavroMedivaneUtil_c.cpp|tmu_crc32: data is null",
             }));
+}
+
+TEST(CApiGuard, ANullImageSourceIsARefusedArgument) {
+  testing::PrivateInstallDir install;
+  ReportRecorderForTesting recorder;
+  std::uint8_t* output = nullptr;
+  std::size_t length = 7;
+  EXPECT_EQ(tmu_image_convert(nullptr, 10, TMU_IMAGE_PNG, nullptr, 0, &output, &length),
+            TMU_INVALID_ARGUMENT);
+  EXPECT_EQ(tmu_image_resize(nullptr, 10, 2, 2, &output, &length), TMU_INVALID_ARGUMENT);
+  EXPECT_EQ(tmu_image_to_clipboard(nullptr, 10), TMU_INVALID_ARGUMENT);
+  EXPECT_EQ(Lines(recorder),
+            (std::vector<std::wstring>{
+                L"TavroMedivaneUtil_c|2|.\\TavroMedivaneUtil_c.cpp|tmu_image_convert: source is null",
+                L"TavroMedivaneUtil_c|2|.\\TavroMedivaneUtil_c.cpp|tmu_image_resize: source is null",
+                L"TavroMedivaneUtil_c|2|.\\TavroMedivaneUtil_c.cpp|tmu_image_to_clipboard: source is null",
+            }));
+}
+
+// The class says only false when its output cannot be allocated; the C layer tells that path by
+// the length the class stores before the allocation, and gives TMU_OUT_OF_MEMORY.
+TEST(CApiGuard, AnImageOutputThatCannotBeAllocatedIsOutOfMemory) {
+  testing::PrivateInstallDir install;
+  // One red pixel, 24 bits, its row padded to four bytes.
+  std::vector<std::uint8_t> bmp(58, 0);
+  const auto put32 = [&](std::size_t at, std::uint32_t value) {
+    for (int i = 0; i < 4; ++i) bmp[at + i] = static_cast<std::uint8_t>(value >> (8 * i));
+  };
+  bmp[0] = 'B';
+  bmp[1] = 'M';
+  put32(2, 58);   // file size
+  put32(10, 54);  // pixels start
+  put32(14, 40);  // information header size
+  put32(18, 1);   // width
+  put32(22, 1);   // height
+  bmp[26] = 1;    // planes
+  bmp[28] = 24;   // bits per pixel
+  put32(34, 4);   // image size
+  bmp[56] = 255;  // red
+  // Each call on a thread of its own: on Windows that path leaves the thread's compound file in
+  // place until the process ends (as it always has), so a later call on the same thread could not
+  // create it again.
+  const auto onItsOwnThread = [](auto call) {
+    tmu_status status = TMU_INTERNAL_ERROR;
+    std::thread([&] { status = call(); }).join();
+    return status;
+  };
+  ReportRecorderForTesting recorder;
+  std::uint8_t* output = nullptr;
+  std::size_t length = 7;
+  {
+    internal::DestinationAllocationFailureForTesting noMemory;
+    EXPECT_EQ(onItsOwnThread([&] {
+                return tmu_image_convert(bmp.data(), bmp.size(), TMU_IMAGE_PNG, nullptr, 0, &output, &length);
+              }),
+              TMU_OUT_OF_MEMORY);
+    EXPECT_EQ(output, nullptr);
+    EXPECT_EQ(length, 0u);
+    EXPECT_EQ(
+        onItsOwnThread([&] { return tmu_image_resize(bmp.data(), bmp.size(), 4, 4, &output, &length); }),
+        TMU_OUT_OF_MEMORY);
+  }
+  std::vector<std::wstring> errors;
+  for (const auto& entry : recorder.Entries()) {
+    if (entry.level == 2) errors.push_back(entry.area + L"|" + entry.message);
+  }
+  EXPECT_EQ(errors,
+            (std::vector<std::wstring>{L"ImageUtil::SetImageFormat|Destination buffer is NULL!",
+                                       L"ImageUtil::SetImageDimensions|Destination buffer is NULL!"}));
+  // With memory back the same call converts.
+  EXPECT_EQ(onItsOwnThread([&] {
+              return tmu_image_convert(bmp.data(), bmp.size(), TMU_IMAGE_PNG, nullptr, 0, &output, &length);
+            }),
+            TMU_OK);
+  EXPECT_GT(length, 8u);
+  tmu_free(output);
+  // A failure that is not about memory stays TMU_FAILED.
+  const std::uint8_t junk[16] = {1, 2, 3};
+  EXPECT_EQ(onItsOwnThread([&] {
+              return tmu_image_convert(junk, sizeof junk, TMU_IMAGE_PNG, nullptr, 0, &output, &length);
+            }),
+            TMU_FAILED);
 }
 
 TEST(CApiGuard, UtfEightIsCheckedByTheRulesOfUnicode) {

@@ -72,6 +72,22 @@ static void resize_gives_a_bmp_of_the_asked_size(void) {
   tmu_free(stretched);
 }
 
+/* A size without pixels or beyond 100 megapixels is not stretched: TMU_OK and no bytes, as the
+ * class gives it (it logs why at WARN). */
+static void resize_to_a_size_the_class_does_not_make_gives_no_bytes(void) {
+  static const int32_t sizes[4][2] = {{0, 10}, {10, 0}, {-5, 10}, {70000, 70000}};
+  unsigned char bmp[128];
+  const size_t size = make_bmp(bmp);
+  size_t i;
+  for (i = 0; i < 4; ++i) {
+    uint8_t* output = bmp;
+    size_t length = 5;
+    CHECK_INT(TMU_OK, tmu_image_resize(bmp, size, sizes[i][0], sizes[i][1], &output, &length));
+    CHECK(output == NULL);
+    CHECK_INT(0, length);
+  }
+}
+
 static void bytes_that_do_not_decode_fail_the_conversion(void) {
   static const unsigned char junk[64] = {0x5A, 0x5A, 0x5A};
   uint8_t* output = (uint8_t*)junk;
@@ -79,8 +95,11 @@ static void bytes_that_do_not_decode_fail_the_conversion(void) {
   CHECK_INT(TMU_FAILED, tmu_image_convert(junk, sizeof junk, TMU_IMAGE_PNG, NULL, 0, &output, &length));
   CHECK(output == NULL);
   CHECK_INT(0, length);
-  /* An empty source is the class's "Source buffer is NULL or empty!". */
-  CHECK_INT(TMU_FAILED, tmu_image_convert(NULL, 0, TMU_IMAGE_PNG, NULL, 0, &output, &length));
+  /* An empty source is the class's "Source buffer is NULL or empty!"; a null one is refused here. */
+  CHECK_INT(TMU_FAILED, tmu_image_convert(junk, 0, TMU_IMAGE_PNG, NULL, 0, &output, &length));
+  CHECK_INT(TMU_INVALID_ARGUMENT, tmu_image_convert(NULL, 0, TMU_IMAGE_PNG, NULL, 0, &output, &length));
+  CHECK_INT(TMU_INVALID_ARGUMENT, tmu_image_resize(NULL, 0, 2, 2, &output, &length));
+  CHECK_INT(TMU_INVALID_ARGUMENT, tmu_image_to_clipboard(NULL, 0));
   CHECK_INT(TMU_INVALID_ARGUMENT,
             tmu_image_convert(junk, sizeof junk, TMU_IMAGE_PNG, NULL, 0, NULL, &length));
   CHECK_INT(TMU_INVALID_ARGUMENT, tmu_image_resize(junk, sizeof junk, 2, 2, &output, NULL));
@@ -102,6 +121,8 @@ const c_test_case c_image_cases[] = {
     {"image_convert_gives_a_whole_png_of_the_same_size", convert_gives_a_whole_png_of_the_same_size},
     {"image_convert_to_jpeg_takes_the_quality", convert_to_jpeg_takes_the_quality},
     {"image_resize_gives_a_bmp_of_the_asked_size", resize_gives_a_bmp_of_the_asked_size},
+    {"image_resize_to_a_size_the_class_does_not_make_gives_no_bytes",
+     resize_to_a_size_the_class_does_not_make_gives_no_bytes},
     {"image_bytes_that_do_not_decode_fail_the_conversion", bytes_that_do_not_decode_fail_the_conversion},
     {"image_clipboard_takes_a_bmp_where_there_is_one", clipboard_takes_a_bmp_where_there_is_one},
     {NULL, NULL}};

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "ImageUtil.h"
@@ -278,6 +279,42 @@ TEST_F(ImageMessages, ASuccessfulStretchWritesItsStepsAtInfo) {
             Join({{Line(kDimensions, 4, L"***Setting Image Dimensions***")},
                   LookupLines(L"image/bmp"),
                   {Line(kDimensions, 4, L"Setting Seek pointer success..Reading from Destination Stream")}}));
+}
+
+// One rule on every system: no width or height below 1, no more than 100 megapixels. Such a size
+// is not stretched (nothing of it is allocated), the call says why at WARN and returns true with
+// an empty output, as a stretch that GDI+ fails to make always has.
+TEST_F(ImageMessages, ASizeWithoutPixelsOrBeyondTheBoundGivesAnEmptyOutputAndAWarning) {
+  const std::pair<std::int32_t, std::int32_t> sizes[] = {{0, 10}, {10, 0}, {-5, 10}, {70000, 70000}};
+  for (const auto& [cx, cy] : sizes) {
+    SCOPED_TRACE(std::to_string(cx) + "x" + std::to_string(cy));
+    recorder.Clear();
+    const auto result = Stretch(images, Fixture("rgb24.png"), cx, cy);
+    EXPECT_TRUE(result.ok);
+    EXPECT_TRUE(result.dstSet) << "an array of no bytes, which the caller frees";
+    EXPECT_EQ(result.length, 0u);
+    EXPECT_EQ(
+        Lines(recorder),
+        Join({{Line(kDimensions, 4, L"***Setting Image Dimensions***"),
+               Line(kDimensions, 3,
+                    L"Size " + std::to_wstring(cx) + L"x" + std::to_wstring(cy) +
+                        L" cannot be made: width and height must be 1 or more, and at most 100000000 "
+                        L"pixels in all")},
+              LookupLines(L"image/bmp"),
+              {Line(kDimensions, 4, L"Setting Seek pointer success..Reading from Destination Stream")}}));
+  }
+}
+
+TEST_F(ImageMessages, OnePixelAndAThinStripAreStretchedToTheirSize) {
+  // A size at the bound itself would take seconds to draw; these show that small and thin pass.
+  for (const auto& [cx, cy] : {std::pair<std::int32_t, std::int32_t>{1, 1}, {10000, 1}}) {
+    const auto result = Stretch(images, Fixture("rgb24.png"), cx, cy);
+    ASSERT_TRUE(result.ok);
+    const auto header = testing::ReadBmpHeader(result.bytes);
+    EXPECT_EQ(header.width, cx);
+    EXPECT_EQ(header.height, cy);
+  }
+  EXPECT_EQ(ImageUtil::kMaxStretchPixels, 100000000u);
 }
 
 // The parameter block each encoder is handed, recorded at the platform's edge (Wine's encoders

@@ -157,6 +157,28 @@ TEST_F(SoundRegistration, AKeyTheRegistryRefusesIsLoggedWithItsErrorCode) {
   EXPECT_EQ(mReports.Entries()[0].level, 2);
   EXPECT_FALSE(KeyExists(key));
 }
+
+// A subkey that DeleteKeyRecursive cannot enumerate cannot be deleted, so neither can the keys
+// above it: Wine 8 takes a key name of 256 characters, one more than the 256-character enumeration
+// buffer (terminator included) holds, and enumerating it fails with ERROR_MORE_DATA. Each key on
+// the way up then refuses to go while it has a subkey (err=5), and says so. (Wine cannot produce
+// "Unable to set value": a key created or opened with all access always takes its value there.)
+TEST_F(SoundRegistration, AKeyThatCannotBeDeletedIsLoggedOnTheWayUp) {
+  SoundEvent::Register();
+  const std::wstring stuck = kNode + L"\\Error\\" + std::wstring(256, L'n');
+  WriteValue(stuck, platform::kSchemeString, L"x");
+  mReports.Clear();
+  SoundEvent::Unregister();
+  EXPECT_EQ(mReports.Messages(2),
+            (std::vector<std::wstring>{
+                L"SoundEvent::DeleteKeyRecursive: Unable to delete registry key=" + kNode + L"\\Error err=5",
+                L"SoundEvent::DeleteKeyRecursive: Unable to delete registry key=" + kNode + L" err=5"}));
+  EXPECT_TRUE(KeyExists(stuck));
+  EXPECT_FALSE(KeyExists(kNode + L"\\Error\\.Current")) << "the subkeys before it went";
+  EXPECT_FALSE(KeyExists(kNode + L"\\Error\\.Default"));
+  // The test's own clean-up, by name, which needs no enumeration.
+  EXPECT_EQ(RegDeleteKeyW(HKEY_CURRENT_USER, stuck.c_str()), ERROR_SUCCESS);
+}
 #endif
 
 TEST_F(SoundRegistration, LogsOneInfoLinePerRowInTableOrder) {

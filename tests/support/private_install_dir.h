@@ -15,15 +15,18 @@ namespace Tavro_KVO_Util::testing {
 
 class PrivateInstallDir {
  public:
-  PrivateInstallDir() {
+  // `moreSettings`: further "key=value\r\n" lines for the configuration file.
+  explicit PrivateInstallDir(const std::wstring& moreSettings = L"") {
     std::filesystem::create_directories(mDir.path() / "Bin");
     const std::wstring logs = (mDir.path() / "logs").wstring();
     WriteBytes(mDir.path() / "Bin" / "TavroMedivane.cfg",
                Utf16LeBytes(L"/Tavro/MedivaneSDK/Logging/LogFileLocation=" + logs +
-                            L"\r\n/Tavro/MedivaneSDK/Logging/FreeSpaceMinimum=0\r\n"));
+                            L"\r\n/Tavro/MedivaneSDK/Logging/FreeSpaceMinimum=0\r\n" + moreSettings));
   }
 
   const std::filesystem::path& path() const { return mDir.path(); }
+  // The log file the configuration names (the default file name in the private folder).
+  std::filesystem::path LogFile() const { return mDir.path() / "logs" / "KVO.log"; }
 
  private:
   TempDir mDir;

@@ -86,6 +86,24 @@ TEST_F(MvutilImage, AWrongCommandLineIsAUsageError) {
   EXPECT_EQ(RunTool({"image", "resize", "a", "b", "0x10"}).code, kExitUsage);
 }
 
+// The library's size rule, as the tool gives it on every system: what is not a size is a wrong
+// command line (2); a size beyond the library's bound reaches it and fails (1), writing nothing.
+TEST_F(MvutilImage, ResizeGivesTheSameExitCodeForEachBadSizeOnEverySystem) {
+  for (const char* notASize : {"0x10", "10x0", "-5x10"}) {
+    const Result result = RunTool({"image", "resize", In("rgb24.png"), Out("out.bmp"), notASize});
+    EXPECT_EQ(result.code, kExitUsage) << notASize;
+    EXPECT_EQ(
+        result.err.rfind("mvutil image: WIDTHxHEIGHT must be two positive numbers, such as 320x240\n", 0), 0u)
+        << result.err;
+  }
+  const Result huge = RunTool({"image", "resize", In("rgb24.png"), Out("out.bmp"), "70000x70000"});
+  EXPECT_EQ(huge.code, kExitFailure);
+  EXPECT_EQ(
+      huge.err,
+      "mvutil image: 70000x70000: the library stretches to at most 100000000 pixels (see the shared log)\n");
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 0);
+}
+
 #ifndef _WIN32
 TEST_F(MvutilImage, ClipFailsOnLinuxWhereThereIsNoClipboard) {
   const Result result = RunTool({"image", "clip", In("tiny2x2.bmp")});

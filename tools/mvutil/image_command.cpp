@@ -21,7 +21,8 @@ const char kImageUsage[] =
     "Works on image files with the library's ImageUtil, as the tablet's programs do in memory.\n\n"
     "  convert  write IN as a file of another format; --quality N (JPEG only) is handed to the\n"
     "           encoder as it is (0 or none means 100)\n"
-    "  resize   stretch IN to exactly WIDTHxHEIGHT pixels (bicubic) and write it as BMP\n"
+    "  resize   stretch IN to exactly WIDTHxHEIGHT pixels (bicubic) and write it as BMP; both\n"
+    "           numbers 1 or more, and at most 100000000 pixels in all\n"
     "  info     print the format, size and pixel format of FILE as the library decodes it\n"
     "  clip     put a BMP file on the clipboard as a device-independent bitmap (Windows)\n\n"
     "OUT is written under OUT.part and renamed when complete: a failure never leaves a partial\n"
@@ -142,10 +143,18 @@ int Resize(const Args& args, Io& io) {
   ImageUtil images;
   unsigned char* dst = nullptr;
   unsigned long length = 0;
-  // The library returns true with an empty file when the source does not decode.
+  // The library returns true with an empty file when the source does not decode, and when it
+  // refuses the size (it says so in the shared log).
   if (!images.SetImageDimensions(source.data(), static_cast<unsigned long>(source.size()), dst, &length,
                                  size) ||
       length == 0) {
+    if (static_cast<std::uint64_t>(size.cx) * static_cast<std::uint64_t>(size.cy) >
+        ImageUtil::kMaxStretchPixels) {
+      delete[] dst;
+      io.err << "mvutil image: " << args[3] << ": the library stretches to at most "
+             << ImageUtil::kMaxStretchPixels << " pixels (see the shared log)\n";
+      return kExitFailure;
+    }
     return NotDecoded(args[1], dst, io);
   }
   return WriteOutput(args[2], dst, length, io);

@@ -11,7 +11,7 @@ from typing import Literal
 
 from . import _library
 from ._buffers import take_bytes
-from ._convert import INT32_MAX, BytesLike, check_int, to_bytes
+from ._convert import INT32_MAX, INT32_MIN, UINT32_MAX, BytesLike, to_bytes
 from ._errors import check
 
 ImageFormat = Literal["bmp", "jpeg", "png", "gif", "tiff"]
@@ -20,11 +20,29 @@ ImageFormat = Literal["bmp", "jpeg", "png", "gif", "tiff"]
 _IMAGE_TYPES: dict[str, int] = {"bmp": 1, "jpeg": 3, "png": 4, "gif": 5, "tiff": 6}
 
 
+def _fit(value: int, low: int, high: int, what: str, c_type: str) -> int:
+    """`value` when the C argument (`c_type`, e.g. "32 unsigned bits") holds it.
+
+    Within that range the value goes to the library as it is and the library decides what it
+    means; outside it ctypes would wrap it into a different number, so it is refused here.
+    """
+    if isinstance(value, bool) or not isinstance(value, int):
+        raise TypeError(f"{what} must be an int that fits in {c_type}, not {type(value).__name__}")
+    if not low <= value <= high:
+        raise ValueError(f"{what} must fit in {c_type} ({low}..{high}), not {value}")
+    return value
+
+
 def convert(data: BytesLike, format: ImageFormat, quality: int | None = None) -> bytes:
     """The image in `data` as a file of `format`.
 
-    `quality` (1..100, JPEG only) defaults to 100. OperationFailedError (status FAILED) when the
-    bytes do not decode or the file cannot be written; the shared log says why.
+    `quality` (JPEG only) goes to the encoder as it is; None and 0 both mean 100. On Linux
+    (libvips) a quality above 100 makes the save fail; on Windows GDI+ takes any value. Only a
+    value that 32 unsigned bits cannot hold is refused here (ValueError; TypeError when it is not
+    an int), as it cannot be handed to the library at all.
+
+    OperationFailedError (status FAILED) when the bytes do not decode or the file cannot be
+    written (including a quality the encoder refuses); the shared log says why.
     """
     image_type = _IMAGE_TYPES.get(format) if isinstance(format, str) else None
     if image_type is None:
@@ -34,8 +52,8 @@ def convert(data: BytesLike, format: ImageFormat, quality: int | None = None) ->
     else:
         if format != "jpeg":
             raise ValueError(f"quality applies to JPEG only, not to {format!r}")
-        # The library reads 0 as 100 and hands anything above 100 to an encoder that refuses it.
-        check_int(quality, 1, 100, "quality")
+        # Passed on unchanged: the library reads 0 as 100, and the encoder judges the rest.
+        _fit(quality, 0, UINT32_MAX, "quality", "32 unsigned bits")
         params, param_count = ctypes.pointer(ctypes.c_uint32(quality)), 1
     raw = to_bytes(data)
     output = ctypes.POINTER(ctypes.c_uint8)()
@@ -51,11 +69,15 @@ def convert(data: BytesLike, format: ImageFormat, quality: int | None = None) ->
 def resize(data: BytesLike, size: tuple[int, int]) -> bytes:
     """The image in `data` stretched to exactly `size` = (width, height) pixels, as a BMP file.
 
-    As the library does, bytes that do not decode give an empty result rather than an error.
+    As the library does, some requests give an empty result (b"") rather than an error: bytes
+    that do not decode, and a size that is not stretched to, that is a width or height below 1
+    or more than 100,000,000 pixels in all (the library logs a WARN line for those). Any width
+    and height that 32 signed bits hold go to the library as they are; others are refused here
+    (ValueError; TypeError when not an int), as they cannot be handed to it at all.
     """
     width, height = size
-    check_int(width, 1, INT32_MAX, "width")
-    check_int(height, 1, INT32_MAX, "height")
+    _fit(width, INT32_MIN, INT32_MAX, "width", "32 signed bits")
+    _fit(height, INT32_MIN, INT32_MAX, "height", "32 signed bits")
     raw = to_bytes(data)
     output = ctypes.POINTER(ctypes.c_uint8)()
     length = ctypes.c_size_t(0)
