@@ -86,6 +86,7 @@ cmake --build --preset bench -j"$jobs"
 build/bench/bin/crc_bench --benchmark_min_time=0.01 >/dev/null
 build/bench/bin/config_bench --benchmark_min_time=0.01 >/dev/null
 build/bench/bin/logger_bench --benchmark_min_time=0.01 >/dev/null
+build/bench/bin/image_c_call_bench --smoke >/dev/null
 /usr/bin/python3 bench/image_ratios.py --smoke >/dev/null
 
 # A crash, leak, hang or running out of memory fails.
