@@ -17,16 +17,13 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
-#ifdef _WIN32
-#include <windows.h>
-#endif
-
 #include "ImageUtil.h"
 #include "TavroMedivaneUtil_c.h"
+#include "support/config_file.h"
+#include "support/environment.h"
 
 namespace {
 
@@ -117,26 +114,18 @@ double Median(std::vector<double> values) {
   return values.size() % 2 != 0 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
 }
 
-// A configuration of our own, with the log in the same folder; returns false when it cannot be
-// written.
-bool UsePrivateConfiguration() {
+// The folder of the program's own configuration, with the log beside it.
+std::filesystem::path PrivateInstallFolder() {
   const std::filesystem::path folder = std::filesystem::temp_directory_path() / "tavro_image_c_call_bench";
   std::error_code error;
   std::filesystem::create_directories(folder / "Bin", error);
-  std::ofstream config(folder / "Bin" / "TavroMedivane.cfg", std::ios::binary | std::ios::trunc);
-  config << "/Tavro/MedivaneSDK/Logging/DefaultLevel=ERROR\r\n"
-         << "/Tavro/MedivaneSDK/Logging/FreeSpaceMinimum=0\r\n"
-         << "/Tavro/MedivaneSDK/Logging/LogFileLocation=" << (folder / "logs").string() << "\r\n";
-  config.close();
-  if (!config) return false;
-  const std::string value = (folder / "").string();
-#ifdef _WIN32
-  // The runtime's copy and the process's block, which ExpandEnvironmentStrings reads.
-  return _putenv_s("KVO_INSTALL_DIR", value.c_str()) == 0 &&
-         SetEnvironmentVariableA("KVO_INSTALL_DIR", value.c_str());
-#else
-  return setenv("KVO_INSTALL_DIR", value.c_str(), 1) == 0;
-#endif
+  Tavro_KVO_Util::testing::WriteBytes(
+      folder / "Bin" / "TavroMedivane.cfg",
+      Tavro_KVO_Util::testing::Utf16LeBytes(L"/Tavro/MedivaneSDK/Logging/DefaultLevel=ERROR\r\n"
+                                            L"/Tavro/MedivaneSDK/Logging/FreeSpaceMinimum=0\r\n"
+                                            L"/Tavro/MedivaneSDK/Logging/LogFileLocation=" +
+                                            (folder / "logs").wstring() + L"\r\n"));
+  return folder;
 }
 
 }  // namespace
@@ -160,10 +149,8 @@ int main(int argc, char** argv) {
       return 2;
     }
   }
-  if (!UsePrivateConfiguration()) {
-    std::fprintf(stderr, "image_c_call_bench: the configuration could not be written\n");
-    return 1;
-  }
+  const Tavro_KVO_Util::testing::ScopedEnvironmentVariable install("KVO_INSTALL_DIR",
+                                                                   (PrivateInstallFolder() / "").string());
   std::vector<std::uint8_t> jpeg = MakeJpeg();
   if (jpeg.empty()) {
     std::fprintf(stderr, "image_c_call_bench: the JPEG could not be made\n");

@@ -15,7 +15,8 @@ namespace {
 
 TEST(ImageLogFile, AFailedSaveIsWrittenToTheLogFileAsItsExactLine) {
   const testing::PrivateInstallDir install(
-      L"/Tavro/MedivaneSDK/Logging/DefaultLevel=ERROR\r\n/Tavro/MedivaneSDK/Logging/FormatString=%L %A %m\r\n");
+      L"/Tavro/MedivaneSDK/Logging/DefaultLevel=ERROR\r\n/Tavro/MedivaneSDK/Logging/FormatString=%L %A "
+      L"%m\r\n");
   ImageUtil images;
   unsigned char junk[64] = {0x5A, 0x5A, 0x5A};
   unsigned char* dst = nullptr;

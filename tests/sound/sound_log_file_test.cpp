@@ -21,7 +21,8 @@ TEST(SoundLogFile, UnregisteringAMissingSchemeIsWrittenToTheLogFileAsItsExactLin
   const testing::ScopedEnvironmentVariable xdg("XDG_CONFIG_HOME", configHome.path().string());
 #endif
   const testing::PrivateInstallDir install(
-      L"/Tavro/MedivaneSDK/Logging/DefaultLevel=ERROR\r\n/Tavro/MedivaneSDK/Logging/FormatString=%L %A %m\r\n");
+      L"/Tavro/MedivaneSDK/Logging/DefaultLevel=ERROR\r\n/Tavro/MedivaneSDK/Logging/FormatString=%L %A "
+      L"%m\r\n");
   SoundEvent::Register();
   SoundEvent::Unregister();
   SoundEvent::Unregister();  // nothing left to remove

@@ -10,14 +10,11 @@
 #include <string>
 #include <thread>
 
-#ifdef _WIN32
-#include "platform/win32/windows_include.h"
-#endif
-
 #include "SoundEvent.h"
 #include "logging/library_log.h"
 #include "platform/sound_scheme.h"
 #include "sound/sound_scheme_keys.h"
+#include "support/environment.h"
 
 namespace {
 
@@ -137,12 +134,12 @@ bool Run(const std::string& scenario, internal::ReportRecorderForTesting& report
   } else if (scenario == "empty") {  // the one event registered with an empty path
     if (!PlayThreeTimesAndCheckTheLog(Tavro_KVO_Util::SOUND_BARCODE_WAIT_SUCCESS, reports)) return false;
   } else if (scenario == "long") {  // an installation folder of 600 characters: the path comes out cut
-    const std::string longDir(600, 'd');
 #ifdef _WIN32
-    if (!SetEnvironmentVariableA("KVO_INSTALL_DIR", ("C:\\" + longDir.substr(3)).c_str())) return false;
+    const std::string longDir = "C:\\" + std::string(597, 'd');
 #else
-    if (setenv("KVO_INSTALL_DIR", ("/" + longDir.substr(1)).c_str(), 1) != 0) return false;
+    const std::string longDir = "/" + std::string(599, 'd');
 #endif
+    const Tavro_KVO_Util::testing::ScopedEnvironmentVariable install("KVO_INSTALL_DIR", longDir);
     if (!PlayThreeTimesAndCheckTheLog(Tavro_KVO_Util::SOUND_ERROR, reports)) return false;
   } else {
     std::cerr << "unknown scenario '" << scenario << "'\n";
