@@ -10,6 +10,7 @@
 #include "image_command.h"
 #include "keys_command.h"
 #include "log_command.h"
+#include "ship_command.h"
 #include "sound_command.h"
 #include "tail_command.h"
 
@@ -40,6 +41,7 @@ const std::vector<Command>& AllCommands() {
       {"config", "read and change the shared configuration file", kConfigUsage, RunConfigCommand, false},
       {"log", "write one entry to the shared log", kLogUsage, RunLogCommand, true},
       {"tail", "print the last entries of the shared log, and follow it", kTailUsage, RunTailCommand, true},
+      {"ship", "send the shared log to a syslog collector", kShipUsage, RunShipCommand, true},
       {"keys", "check, show and send key press strings", kKeysUsage, RunKeysCommand, true},
       {"image", "convert, resize, inspect and copy images", kImageUsage, RunImageCommand, true},
       {"sound", "register, list and play the product's sound events", kSoundUsage, RunSoundCommand, true},

@@ -13,14 +13,21 @@ namespace {
 // 1000 ms, then they drop their entry), so each look must stay short.
 constexpr std::size_t kReadSize = 1 << 20;
 // How many bytes before the read position are compared at each look.
-constexpr std::size_t kSeenSize = 64;
+constexpr std::size_t kSeenSize = LogPosition::kFingerprintSize;
 // How often the files are looked at again while they keep moving.
 constexpr int kLooksForCalm = 20;
 
 }  // namespace
 
-LogWatcher::LogWatcher(std::filesystem::path file, long maxBackups, const EntryFilter& filter)
-    : mFile(std::move(file)), mMaxBackups(maxBackups), mFilter(filter) {}
+LogWatcher::LogWatcher(std::filesystem::path file, long maxBackups, const EntryFilter& filter,
+                       WhenLost whenLost)
+    : mFile(std::move(file)), mMaxBackups(maxBackups), mFilter(filter), mWhenLost(whenLost) {}
+
+void LogWatcher::ResumeAfter(const LogPosition& position) {
+  mCursor = {true, position.id, position.offset, position.fingerprint};
+}
+
+bool LogWatcher::TakeLostNotice() { return std::exchange(mLost, false); }
 
 std::filesystem::path LogWatcher::Backup(long number) const {
   std::filesystem::path path = mFile;
@@ -84,9 +91,9 @@ bool LogWatcher::ReadById(const LogFileId& id, std::uint64_t offset, std::size_t
   return bytes.size() == length;
 }
 
-void LogWatcher::Take(std::string_view line, std::vector<std::string>& entries) const {
+void LogWatcher::Take(std::string_view line, LogPosition end, std::vector<LogEntry>& entries) const {
   std::string entry = Utf16LeToUtf8(line);
-  if (mFilter.Matches(entry)) entries.push_back(std::move(entry));
+  if (mFilter.Matches(entry)) entries.push_back({std::move(entry), std::move(end)});
 }
 
 void LogWatcher::Advance(std::string_view consumed) {
@@ -100,13 +107,14 @@ void LogWatcher::Advance(std::string_view consumed) {
 // have passed the filter. An entry that begins before `pending` is left unless `pending` starts
 // the file.
 void LogWatcher::TakeFromBack(std::string& pending, bool startsFile, std::size_t count,
-                              std::vector<std::string>& newestFirst) const {
+                              std::vector<LogEntry>& newestFirst) const {
   while (newestFirst.size() < count && !pending.empty()) {
     const std::size_t previous = FindLineEndBefore(pending, pending.size() - kLineEndSize);
     if (previous == std::string::npos && !startsFile) return;
     const std::size_t start =
         previous == std::string::npos ? ByteOrderMarkSize(pending) : previous + kLineEndSize;
-    Take(std::string_view(pending).substr(start, pending.size() - kLineEndSize - start), newestFirst);
+    Take(std::string_view(pending).substr(start, pending.size() - kLineEndSize - start), LogPosition(),
+         newestFirst);
     pending.resize(previous == std::string::npos ? 0 : previous + kLineEndSize);
   }
 }
@@ -132,7 +140,7 @@ bool LogWatcher::ReadLast(std::size_t count, std::vector<std::string>& entries) 
   std::string pending;
   std::uint64_t pendingStart = look.size & ~std::uint64_t{1};
   bool endFound = false;
-  std::vector<std::string> newestFirst;
+  std::vector<LogEntry> newestFirst;
   for (;;) {
     if (endFound) TakeFromBack(pending, pendingStart == 0, count, newestFirst);
     if (pendingStart == 0 || (endFound && newestFirst.size() >= count)) break;
@@ -152,12 +160,20 @@ bool LogWatcher::ReadLast(std::size_t count, std::vector<std::string>& entries) 
     mCursor.offset = pendingStart + pending.size();
     mCursor.seen = pending.substr(pending.size() - std::min(pending.size(), kSeenSize));
   }
-  entries.insert(entries.end(), std::make_move_iterator(newestFirst.rbegin()),
-                 std::make_move_iterator(newestFirst.rend()));
+  for (auto entry = newestFirst.rbegin(); entry != newestFirst.rend(); ++entry) {
+    entries.push_back(std::move(entry->text));
+  }
   return true;
 }
 
 bool LogWatcher::Follow(std::vector<std::string>& entries) {
+  std::vector<LogEntry> read;
+  const bool more = Follow(read);
+  for (LogEntry& entry : read) entries.push_back(std::move(entry.text));
+  return more;
+}
+
+bool LogWatcher::Follow(std::vector<LogEntry>& entries) {
   LogReadLock lock;
   bool reached = false;
   std::vector<Member> members = MembersUpTo(mCursor.known ? &mCursor.id : nullptr, reached);
@@ -174,11 +190,16 @@ bool LogWatcher::Follow(std::vector<std::string>& entries) {
     mCursor = {true, members.back().id, 0, {}};
   } else if (!reached) {
     // The file read last is gone (deleted as the oldest backup, or replaced): go on with the
-    // current file from its start. Only when the next look agrees, though: a writer stopped in
-    // the middle of a roll leaves a number missing for a moment.
-    if (++mLostLooks < 2 || members.empty() || members.front().path != mFile) return false;
-    members.resize(1);
-    mCursor = {true, members.front().id, 0, {}};
+    // current file, or the oldest one left, from its start. Only when the next look agrees,
+    // though: a writer stopped in the middle of a roll leaves a number missing for a moment.
+    if (++mLostLooks < 2 || members.empty()) return false;
+    if (mWhenLost == WhenLost::kCurrentFile) {
+      if (members.front().path != mFile) return false;
+      members.resize(1);
+    } else {
+      mLost = true;
+    }
+    mCursor = {true, members.back().id, 0, {}};
   }
   mLostLooks = 0;
   // Oldest first: the rest of the file read last, then each newer one from its start.
@@ -198,7 +219,7 @@ bool LogWatcher::Follow(std::vector<std::string>& entries) {
 // Reads on from the cursor in `path`, the file the cursor names. `closed`: a backup, which no
 // writer adds to any more, so an unfinished last line is taken as it is.
 LogWatcher::ReadOutcome LogWatcher::ReadOn(const std::filesystem::path& path, bool closed,
-                                           std::vector<std::string>& entries) {
+                                           std::vector<LogEntry>& entries) {
   std::size_t size = kReadSize;
   for (;;) {
     const std::size_t back = mCursor.seen.size();
@@ -215,15 +236,23 @@ LogWatcher::ReadOutcome LogWatcher::ReadOn(const std::filesystem::path& path, bo
     const bool cut = fresh.size() == size && mCursor.offset + size < slice.size;
     std::size_t at = mCursor.offset == 0 ? ByteOrderMarkSize(fresh) : 0;
     const std::size_t begin = at;
+    // Where an entry that ends `after` bytes into `fresh` ends in the file.
+    const auto positionAfter = [&](std::size_t after) {
+      std::string fingerprint = after >= kSeenSize ? std::string() : mCursor.seen;
+      const std::size_t from = after > kSeenSize ? after - kSeenSize : 0;
+      fingerprint.append(fresh.data() + from, after - from);
+      if (fingerprint.size() > kSeenSize) fingerprint.erase(0, fingerprint.size() - kSeenSize);
+      return LogPosition{mCursor.id, mCursor.offset + after, std::move(fingerprint)};
+    };
     for (std::size_t end; (end = FindLineEnd(fresh, at)) != std::string_view::npos; at = end + kLineEndSize) {
-      Take(fresh.substr(at, end - at), entries);
+      Take(fresh.substr(at, end - at), positionAfter(end + kLineEndSize), entries);
     }
     if (at == begin && cut) {
       size *= 2;  // one entry longer than a read: read more of it
       continue;
     }
     if (closed && !cut && at < fresh.size()) {
-      Take(fresh.substr(at), entries);
+      Take(fresh.substr(at), positionAfter(fresh.size()), entries);
       at = fresh.size();
     }
     Advance(fresh.substr(0, at));

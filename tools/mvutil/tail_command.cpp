@@ -9,11 +9,14 @@
 #include "level_names.h"
 #include "log_settings.h"
 #include "log_watcher.h"
+#include "platform/host_name.h"
+#include "platform/time_zone.h"
+#include "shipping/entry_json.h"
 
 namespace mvutil {
 
 const char kTailUsage[] =
-    "Usage: mvutil tail [-n N] [-f] [--level LEVEL] [--area AREA]\n"
+    "Usage: mvutil tail [-n N] [-f] [--level LEVEL] [--area AREA] [--json]\n"
     "Prints the last entries of the shared log as UTF-8, one per line. The log is the file the\n"
     "logger writes: /Tavro/MedivaneSDK/Logging/LogFileLocation and LogFileName of the shared\n"
     "configuration file (by default KVO.log in the working directory, so run tail where the\n"
@@ -23,7 +26,12 @@ const char kTailUsage[] =
     "                 the file rolls into a backup or is emptied; stop with Ctrl+C\n"
     "  --level LEVEL  only entries of LEVEL or more severe: REPORT, FATAL, ERROR, WARN, INFO or\n"
     "                 DEBUG in any letter case, or 0-5 (REPORT is 0, the most severe)\n"
-    "  --area AREA    only entries of AREA (exact)\n\n"
+    "  --area AREA    only entries of AREA (exact)\n"
+    "  --json         print each entry as one JSON object (JSON Lines) with the fields that mvutil\n"
+    "                 ship sends: @timestamp, log.level, message, process.pid, process.thread.id,\n"
+    "                 process.executable, log.origin.file.name, log.origin.file.line, host.name,\n"
+    "                 and tavro.area, tavro.session, tavro.zone, tavro.data, tavro.entry (the whole\n"
+    "                 line) and tavro.parsed (false for a line that does not fit the template)\n\n"
     "The level and area of an entry are read by the entry template (FormatString), so the filters\n"
     "need its %L and %A; entries that do not fit the template pass only when no filter is given.\n\n"
     "Exit codes: 0 success, 1 there is no log file (without -f), the template lacks a field a\n"
@@ -39,6 +47,7 @@ struct TailArgs {
   bool follow = false;
   std::optional<int> level;
   std::optional<std::string> area;
+  bool json = false;
 };
 
 bool ParseCount(const std::string& text, std::size_t& count) {
@@ -61,6 +70,8 @@ bool ParseTailArgs(const Args& args, TailArgs& parsed, std::ostream& err) {
     }
     if (arg == "-f") {
       parsed.follow = true;
+    } else if (arg == "--json") {
+      parsed.json = true;
     } else if (arg == "-n") {
       if (!ParseCount(args[++i], parsed.count)) {
         err << "mvutil tail: -n needs a whole number of entries from 0 to " << kMaxCount << ", not '"
@@ -84,14 +95,26 @@ bool ParseTailArgs(const Args& args, TailArgs& parsed, std::ostream& err) {
   return true;
 }
 
-// False when the output failed (a closed pipe, a full disk).
-bool Print(const std::vector<std::string>& entries, std::ostream& out) {
-  for (const std::string& entry : entries) out << entry << '\n';
-  out.flush();
-  return static_cast<bool>(out);
-}
+// How entries are printed: as written, or as JSON.
+struct Printer {
+  std::optional<Tavro_KVO_Util::shipping::EntryTemplate> json;
+  std::string hostname;
 
-int Follow(LogWatcher& watcher, Io& io, const FollowOptions& options) {
+  // False when the output failed (a closed pipe, a full disk).
+  bool Print(const std::vector<std::string>& entries, std::ostream& out) const {
+    for (const std::string& entry : entries) {
+      if (json) {
+        out << Tavro_KVO_Util::shipping::EntryJson(entry, *json, hostname) << '\n';
+      } else {
+        out << entry << '\n';
+      }
+    }
+    out.flush();
+    return static_cast<bool>(out);
+  }
+};
+
+int Follow(LogWatcher& watcher, const Printer& printer, Io& io, const FollowOptions& options) {
   for (;;) {
     std::this_thread::sleep_for(options.interval);
     const bool keep = options.keepFollowing();
@@ -99,7 +122,7 @@ int Follow(LogWatcher& watcher, Io& io, const FollowOptions& options) {
     while (more) {
       std::vector<std::string> entries;
       more = watcher.Follow(entries);
-      if (!Print(entries, io.out)) return kExitFailure;
+      if (!printer.Print(entries, io.out)) return kExitFailure;
     }
     if (!keep) return kExitOk;
   }
@@ -119,6 +142,11 @@ int RunTail(const Args& args, Io& io, const FollowOptions& follow) {
     io.err << "mvutil tail: " << why << "\n";
     return kExitFailure;
   }
+  Printer printer;
+  if (parsed.json) {
+    printer.json.emplace(settings.format, Tavro_KVO_Util::platform::LocalZoneNames());
+    printer.hostname = Tavro_KVO_Util::platform::ComputerName();
+  }
   LogWatcher watcher(settings.file, settings.maxBackups, filter);
   std::vector<std::string> entries;
   if (!watcher.ReadLast(parsed.count, entries)) {
@@ -128,8 +156,8 @@ int RunTail(const Args& args, Io& io, const FollowOptions& follow) {
     }
     io.err << "mvutil tail: " << settings.file.u8string() << ": no log file yet; waiting for it\n";
   }
-  if (!Print(entries, io.out)) return kExitFailure;
-  return parsed.follow ? Follow(watcher, io, follow) : kExitOk;
+  if (!printer.Print(entries, io.out)) return kExitFailure;
+  return parsed.follow ? Follow(watcher, printer, io, follow) : kExitOk;
 }
 
 }  // namespace mvutil

@@ -1,0 +1,87 @@
+// Local time offsets on Linux: mktime and localtime_r, which follow TZ and the zone database.
+#include "platform/time_zone.h"
+
+#include <time.h>
+
+#include <ctime>
+
+namespace Tavro_KVO_Util::platform {
+namespace {
+
+bool SameWallClock(const std::tm& a, const CivilTime& b) {
+  return a.tm_year + 1900 == b.year && a.tm_mon + 1 == b.month && a.tm_mday == b.day && a.tm_hour == b.hour &&
+         a.tm_min == b.minute && a.tm_sec == b.second;
+}
+
+std::tm ToTm(const CivilTime& local, int isDst) {
+  std::tm fields{};
+  fields.tm_year = local.year - 1900;
+  fields.tm_mon = local.month - 1;
+  fields.tm_mday = local.day;
+  fields.tm_hour = local.hour;
+  fields.tm_min = local.minute;
+  fields.tm_sec = local.second;
+  fields.tm_isdst = isDst;
+  return fields;
+}
+
+}  // namespace
+
+bool LocalTimeUtcOffset(const CivilTime& local, const std::string& zoneName, int& offsetSeconds) {
+  if (local.month < 1 || local.month > 12 || local.day < 1 || local.day > 31 || local.hour > 23 ||
+      local.minute > 59 || local.second > 60) {
+    return false;
+  }
+  ::tzset();
+  // Each reading of the wall clock (daylight saving time first: the earlier instant) that maps
+  // back onto the same wall clock is a time this machine really showed.
+  bool found = false;
+  for (const int isDst : {1, 0}) {
+    std::tm fields = ToTm(local, isDst);
+    const std::time_t when = std::mktime(&fields);
+    std::tm back{};
+    if (when == static_cast<std::time_t>(-1) || localtime_r(&when, &back) == nullptr ||
+        !SameWallClock(back, local)) {
+      continue;
+    }
+    const bool named = back.tm_zone != nullptr && zoneName == back.tm_zone;
+    if (!found || named) offsetSeconds = static_cast<int>(back.tm_gmtoff);
+    found = true;
+    if (named) return true;
+  }
+  if (found) return true;
+  // Skipped when clocks went forward: the offset of the moment just before.
+  std::tm fields = ToTm(local, -1);
+  fields.tm_hour -= 1;
+  const std::time_t before = std::mktime(&fields);
+  std::tm back{};
+  if (before == static_cast<std::time_t>(-1) || localtime_r(&before, &back) == nullptr) return false;
+  offsetSeconds = static_cast<int>(back.tm_gmtoff);
+  return true;
+}
+
+void CurrentLocalTime(CivilTime& local, int& offsetSeconds) {
+  timespec now{};
+  ::clock_gettime(CLOCK_REALTIME, &now);
+  std::tm fields{};
+  localtime_r(&now.tv_sec, &fields);
+  local = {fields.tm_year + 1900,
+           fields.tm_mon + 1,
+           fields.tm_mday,
+           fields.tm_hour,
+           fields.tm_min,
+           fields.tm_sec,
+           static_cast<int>(now.tv_nsec / 1000000)};
+  offsetSeconds = static_cast<int>(fields.tm_gmtoff);
+}
+
+std::vector<std::string> LocalZoneNames() {
+  ::tzset();
+  std::vector<std::string> names;
+  for (const char* name : {tzname[0], tzname[1]}) {
+    if (name != nullptr && *name != '\0') names.emplace_back(name);
+  }
+  return names;
+}
+
+}  // namespace Tavro_KVO_Util::platform

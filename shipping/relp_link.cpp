@@ -1,0 +1,160 @@
+#include "shipping/relp_link.h"
+
+#include <chrono>
+
+#include "platform/stop_request.h"
+#include "shipping/relp_frame.h"
+
+namespace Tavro_KVO_Util::shipping {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// A collector that takes nothing for this long is treated as gone.
+constexpr int kSendTimeoutMilliseconds = 10000;
+constexpr std::size_t kReadSize = 64 * 1024;
+// A response frame is short; anything this long without a whole frame is not RELP.
+constexpr std::size_t kMaxPending = 1 << 20;
+
+int MillisecondsLeft(Clock::time_point deadline) {
+  const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
+  return left > 0 ? static_cast<int>(left) : 0;
+}
+
+}  // namespace
+
+void RelpLink::Drop() {
+  mConnection.Close();
+  mReceived.clear();
+  mSent.clear();
+  mOpenTxnr = 0;
+}
+
+bool RelpLink::Open(int timeoutMilliseconds, std::string& why) {
+  Drop();
+  const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(timeoutMilliseconds);
+  if (!mConnection.Connect(mDestination.host, mDestination.port, timeoutMilliseconds, why)) return false;
+  mNextTxnr = 1;
+  mOpenTxnr = mNextTxnr;
+  const std::string offers =
+      "relp_version=0\nrelp_software=mvutil," + mSoftwareVersion + ",-\ncommands=syslog";
+  if (!mConnection.SendAll(EncodeRelpFrame(mOpenTxnr, "open", offers), MillisecondsLeft(deadline), why)) {
+    Drop();
+    return false;
+  }
+  mNextTxnr = NextRelpTxnr(mNextTxnr);
+  while (mOpenTxnr != 0) {
+    const int left = MillisecondsLeft(deadline);
+    if (left == 0 || platform::StopRequested()) {
+      why = "the collector did not answer the RELP open";
+      Drop();
+      return false;
+    }
+    if (!ReadResponses(left, why)) return false;
+  }
+  return true;
+}
+
+bool RelpLink::Send(std::string_view message, std::string& why) {
+  if (!mConnection.SendAll(EncodeRelpFrame(mNextTxnr, "syslog", message), kSendTimeoutMilliseconds, why)) {
+    Drop();
+    return false;
+  }
+  mSent.push_back({mNextTxnr, false});
+  mNextTxnr = NextRelpTxnr(mNextTxnr);
+  return true;
+}
+
+bool RelpLink::Collect(int timeoutMilliseconds, std::size_t& taken, std::string& why) {
+  const bool ok = ReadResponses(timeoutMilliseconds, why);
+  // Taken in order: an answer that overtook an older one waits for it.
+  while (!mSent.empty() && mSent.front().answered) {
+    mSent.pop_front();
+    ++taken;
+  }
+  return ok;
+}
+
+bool RelpLink::ReadResponses(int timeoutMilliseconds, std::string& why) {
+  if (!mConnection.IsOpen()) {
+    why = "not connected";
+    return false;
+  }
+  using Result = platform::TcpConnection::ReceiveResult;
+  const Result result = mConnection.Receive(mReceived, kReadSize, timeoutMilliseconds, why);
+  if (result == Result::kClosed || result == Result::kFailed) {
+    Drop();
+    return false;
+  }
+  std::size_t at = 0;
+  for (;;) {
+    RelpFrame frame;
+    std::size_t used = 0;
+    const FrameParse parse = ParseRelpFrame(std::string_view(mReceived).substr(at), frame, used);
+    if (parse == FrameParse::kNeedMore) break;
+    if (parse == FrameParse::kMalformed) {
+      why = "the collector sent something that is not RELP";
+      Drop();
+      return false;
+    }
+    at += used;
+    if (!Handle(frame, why)) {
+      Drop();
+      return false;
+    }
+  }
+  mReceived.erase(0, at);
+  if (mReceived.size() > kMaxPending) {
+    why = "the collector sent something that is not RELP";
+    Drop();
+    return false;
+  }
+  return true;
+}
+
+bool RelpLink::Handle(const RelpFrame& frame, std::string& why) {
+  if (frame.command == "serverclose") {
+    why = "the collector closed the RELP session";
+    return false;
+  }
+  if (frame.command != "rsp") return true;  // nothing else is meant for a client; ignored
+  const int code = RelpResponseCode(frame.data);
+  if (frame.txnr == mOpenTxnr && mOpenTxnr != 0) {
+    if (code != 200) {
+      why = "the collector refused the RELP session: " + frame.data.substr(0, frame.data.find('\n'));
+      return false;
+    }
+    mOpenTxnr = 0;
+    return true;
+  }
+  for (Sent& sent : mSent) {
+    if (sent.txnr != frame.txnr) continue;
+    if (code != 200) {
+      why = "the collector refused a message: " + frame.data.substr(0, frame.data.find('\n'));
+      return false;
+    }
+    sent.answered = true;
+    return true;
+  }
+  return true;  // an answer to a frame of an earlier session, or to close
+}
+
+void RelpLink::Close(int timeoutMilliseconds) {
+  if (mConnection.IsOpen()) {
+    std::string why;
+    const std::uint32_t closeTxnr = mNextTxnr;
+    if (mConnection.SendAll(EncodeRelpFrame(closeTxnr, "close", ""), timeoutMilliseconds, why)) {
+      // The answer is awaited so that the collector ends the session cleanly; nothing depends on it.
+      const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(timeoutMilliseconds);
+      std::string bytes;
+      while (MillisecondsLeft(deadline) > 0 &&
+             mConnection.Receive(bytes, kReadSize, MillisecondsLeft(deadline), why) ==
+                 platform::TcpConnection::ReceiveResult::kData) {
+        if (bytes.find('\n') != std::string::npos) break;
+      }
+    }
+  }
+  Drop();
+}
+
+}  // namespace Tavro_KVO_Util::shipping

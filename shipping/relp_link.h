@@ -1,0 +1,48 @@
+// A RELP session: "open" with the syslog command, one "syslog" frame per message, each taken when
+// its "200" response arrives, and "close" at the end.
+#ifndef TAVROMEDIVANEUTIL_SHIPPING_RELP_LINK_H
+#define TAVROMEDIVANEUTIL_SHIPPING_RELP_LINK_H
+
+#include <cstdint>
+#include <deque>
+
+#include "platform/tcp_connection.h"
+#include "shipping/collector_link.h"
+#include "shipping/relp_frame.h"
+
+namespace Tavro_KVO_Util::shipping {
+
+class RelpLink : public CollectorLink {
+ public:
+  RelpLink(Destination destination, std::string softwareVersion)
+      : mDestination(std::move(destination)), mSoftwareVersion(std::move(softwareVersion)) {}
+
+  bool Open(int timeoutMilliseconds, std::string& why) override;
+  bool IsOpen() const override { return mConnection.IsOpen(); }
+  bool Send(std::string_view message, std::string& why) override;
+  bool Collect(int timeoutMilliseconds, std::size_t& taken, std::string& why) override;
+  void Close(int timeoutMilliseconds) override;
+
+ private:
+  struct Sent {
+    std::uint32_t txnr;
+    bool answered;
+  };
+
+  // Reads what has arrived within the time and handles each whole frame.
+  bool ReadResponses(int timeoutMilliseconds, std::string& why);
+  bool Handle(const RelpFrame& frame, std::string& why);
+  void Drop();
+
+  Destination mDestination;
+  std::string mSoftwareVersion;
+  platform::TcpConnection mConnection;
+  std::string mReceived;  // bytes of frames not yet whole
+  std::uint32_t mNextTxnr = 1;
+  std::uint32_t mOpenTxnr = 0;  // the "open" waiting for its answer, or 0
+  std::deque<Sent> mSent;       // "syslog" frames not yet taken, oldest first
+};
+
+}  // namespace Tavro_KVO_Util::shipping
+
+#endif  // TAVROMEDIVANEUTIL_SHIPPING_RELP_LINK_H

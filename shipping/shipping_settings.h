@@ -1,0 +1,50 @@
+// The shipper's settings in the shared configuration file, under
+// "/Tavro/MedivaneSDK/LogShipping/". The command line overrides each of them.
+//
+//   Destination       relp://HOST:PORT or tcp://HOST:PORT      (default relp://127.0.0.1:2514)
+//   StateFile         the cursor file                         (default: beside the log, see below)
+//   Hostname          HOSTNAME of every message               (default: the computer's name)
+//   Facility          0-23                                    (default 16, local0)
+//   StartAtEnd        1: a first start skips what is there    (default 0: from the oldest backup)
+//   EnterpriseNumber  N of the SD-ID "tavro@N"                (default 32473)
+//   WindowSize        RELP messages awaiting an answer, 1-1024 (default 128)
+//
+// A key that is missing or unusable keeps its default.
+#ifndef TAVROMEDIVANEUTIL_SHIPPING_SHIPPING_SETTINGS_H
+#define TAVROMEDIVANEUTIL_SHIPPING_SHIPPING_SETTINGS_H
+
+#include <cstddef>
+#include <filesystem>
+#include <string>
+
+namespace Tavro_KVO_Util::shipping {
+
+constexpr char kDefaultDestination[] = "relp://127.0.0.1:2514";
+constexpr std::size_t kDefaultWindow = 128;
+constexpr std::size_t kMaxWindow = 1024;
+// The cursor file's name beside the log: the logger's rolling renames only "<log>.<number>" and
+// deletes only the highest of those, so it never touches this one.
+constexpr char kStateFileSuffix[] = ".ship-state";
+
+struct ShippingSettings {
+  std::string destination = kDefaultDestination;
+  std::filesystem::path stateFile;  // empty: the log's path with kStateFileSuffix
+  std::string hostname;             // empty: the computer's name
+  int facility = 16;
+  bool startAtEnd = false;
+  std::string enterpriseNumber = "32473";
+  std::size_t window = kDefaultWindow;
+};
+
+// Reads the keys from the default configuration file without logging.
+ShippingSettings ReadShippingSettings();
+
+// True for a facility number RFC 5424 knows (0-23).
+bool IsFacility(long value);
+
+// True for an enterprise number as an SD-ID may carry it: digits, optionally dotted ("32473.1").
+bool IsEnterpriseNumber(const std::string& text);
+
+}  // namespace Tavro_KVO_Util::shipping
+
+#endif  // TAVROMEDIVANEUTIL_SHIPPING_SHIPPING_SETTINGS_H

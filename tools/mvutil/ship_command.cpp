@@ -1,0 +1,126 @@
+#include "ship_command.h"
+
+#include <optional>
+#include <ostream>
+
+#include "log_settings.h"
+#include "platform/host_name.h"
+#include "platform/stop_request.h"
+#include "shipping/shipper.h"
+#include "shipping/shipping_settings.h"
+
+namespace mvutil {
+
+namespace shipping = Tavro_KVO_Util::shipping;
+
+const char kShipUsage[] =
+    "Usage: mvutil ship [--to URL] [--state FILE] [--once] [--from-end] [--hostname NAME]\n"
+    "                   [--facility N]\n"
+    "Sends every entry of the shared log to a syslog collector as one RFC 5424 message, following\n"
+    "the log across rolls, until stopped (Ctrl+C, SIGTERM). Each option's default is the key of the\n"
+    "same meaning under /Tavro/MedivaneSDK/LogShipping/ in the shared configuration file.\n\n"
+    "  --to URL         relp://HOST:PORT (acknowledged; the reliable choice) or tcp://HOST:PORT\n"
+    "                   (octet-counted, unacknowledged) (key Destination, default\n"
+    "                   relp://127.0.0.1:2514)\n"
+    "  --state FILE     the cursor file: how far the collector has taken the log (key StateFile,\n"
+    "                   default: the log's path followed by .ship-state)\n"
+    "  --once           ship up to the current end, wait for every answer, save the cursor, exit\n"
+    "  --from-end       without a cursor file, start at the end of the log rather than at its\n"
+    "                   oldest backup (key StartAtEnd)\n"
+    "  --hostname NAME  HOSTNAME of the messages (key Hostname, default: the computer's name)\n"
+    "  --facility N     syslog facility 0-23 (key Facility, default 16, local0)\n\n"
+    "Reports go to standard error, never into the log shipped.\n\n"
+    "Exit codes: 0 everything was delivered (or stopped on request), 1 the collector could not be\n"
+    "reached or refused (--once), 2 wrong command line.\n";
+
+namespace {
+
+struct ShipArgs {
+  std::optional<std::string> to;
+  std::optional<std::string> state;
+  std::optional<std::string> hostname;
+  std::optional<long> facility;
+  bool once = false;
+  bool fromEnd = false;
+};
+
+bool ParseFacility(const std::string& text, long& facility) {
+  if (text.empty() || text.size() > 2 || text.find_first_not_of("0123456789") != std::string::npos)
+    return false;
+  facility = std::stol(text);
+  return shipping::IsFacility(facility);
+}
+
+bool ParseShipArgs(const Args& args, ShipArgs& parsed, std::ostream& err) {
+  for (std::size_t i = 0; i < args.size(); ++i) {
+    const std::string& arg = args[i];
+    const bool takesValue = arg == "--to" || arg == "--state" || arg == "--hostname" || arg == "--facility";
+    if (takesValue && i + 1 >= args.size()) {
+      err << "mvutil ship: " << arg << " needs a value; see 'mvutil ship --help'\n";
+      return false;
+    }
+    if (arg == "--once") {
+      parsed.once = true;
+    } else if (arg == "--from-end") {
+      parsed.fromEnd = true;
+    } else if (arg == "--to") {
+      parsed.to = args[++i];
+    } else if (arg == "--state") {
+      parsed.state = args[++i];
+    } else if (arg == "--hostname") {
+      parsed.hostname = args[++i];
+    } else if (arg == "--facility") {
+      long facility = 0;
+      if (!ParseFacility(args[++i], facility)) {
+        err << "mvutil ship: --facility needs a number from 0 to 23, not '" << args[i] << "'\n";
+        return false;
+      }
+      parsed.facility = facility;
+    } else {
+      err << "mvutil ship: unexpected argument '" << arg << "'; see 'mvutil ship --help'\n";
+      return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
+int RunShipCommand(const Args& args, Io& io) {
+  ShipArgs parsed;
+  if (!ParseShipArgs(args, parsed, io.err)) return kExitUsage;
+  const shipping::ShippingSettings settings = shipping::ReadShippingSettings();
+  const LogSettings log = ReadLogSettings();
+
+  shipping::ShipperOptions options;
+  std::string why;
+  if (!shipping::ParseDestination(parsed.to.value_or(settings.destination), options.destination, why)) {
+    io.err << "mvutil ship: " << why << "\n";
+    return kExitUsage;
+  }
+  options.logFile = log.file;
+  options.maxBackups = log.maxBackups;
+  options.format = log.format;
+  if (parsed.state) {
+    options.stateFile = std::filesystem::u8path(*parsed.state);
+  } else if (!settings.stateFile.empty()) {
+    options.stateFile = settings.stateFile;
+  } else {
+    options.stateFile = log.file;
+    options.stateFile += shipping::kStateFileSuffix;
+  }
+  options.once = parsed.once;
+  options.fromEnd = parsed.fromEnd || settings.startAtEnd;
+  options.context.hostname = parsed.hostname.value_or(
+      settings.hostname.empty() ? Tavro_KVO_Util::platform::ComputerName() : settings.hostname);
+  options.context.facility = static_cast<int>(parsed.facility.value_or(settings.facility));
+  options.context.enterpriseNumber = settings.enterpriseNumber;
+  options.context.softwareVersion = MVUTIL_VERSION;
+  options.window = settings.window;
+
+  Tavro_KVO_Util::platform::ListenForStopRequests();
+  shipping::Shipper shipper(std::move(options), io.err);
+  return shipper.Run() == shipping::ShipResult::kDelivered ? kExitOk : kExitFailure;
+}
+
+}  // namespace mvutil
