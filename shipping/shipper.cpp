@@ -70,6 +70,9 @@ struct Shipper::Impl {
 
   ShipCursor cursor;
   bool cursorMoved = false;
+  // Messages taken since the cursor was last saved. With those in flight it never exceeds the
+  // window, so a shipper killed at any moment sends again at most one window of messages.
+  std::size_t takenSinceSave = 0;
   Clock::time_point lastSave = Clock::now();
 
   std::deque<Outgoing> unread;  // read from the log, not yet sent
@@ -189,6 +192,7 @@ void Shipper::Impl::Broke(const std::string& why) {
 bool Shipper::Impl::SendWhatFits() {
   bool more = true;
   while (sent.size() < options.window) {
+    if (takenSinceSave + sent.size() >= options.window) SaveCursor(true);
     if (unread.empty()) {
       if (Clock::now() < nextLook) return false;
       more = ReadMore();
@@ -251,6 +255,7 @@ bool Shipper::Impl::Collect(int timeoutMilliseconds) {
       cursor.lastTimestamp = std::move(message.timestamp);
       cursorMoved = true;
     }
+    ++takenSinceSave;
     sent.pop_front();
   }
   if (!ok) Broke(why);
@@ -265,6 +270,7 @@ void Shipper::Impl::SaveCursor(bool now) {
     err.flush();
   } else {
     cursorMoved = false;
+    takenSinceSave = 0;
   }
   lastSave = Clock::now();
 }

@@ -5,7 +5,9 @@
 // megabyte) plus the window of messages awaiting the collector's answer, so its memory stays
 // bounded whatever the backlog. The cursor file records the position after the last entry the
 // collector has taken (RELP: answered; TCP: accepted by the socket); it is saved at most a second
-// after it moves, and at the end. A restart goes on after it, in whichever file holds it now.
+// after it moves, before more than one window of messages beyond it is sent, and at the end. A
+// restart goes on after it, in whichever file holds it now, and sends again at most one window
+// of messages the collector already has.
 //
 // It reports on its error stream only, never into the log it ships.
 #ifndef TAVROMEDIVANEUTIL_SHIPPING_SHIPPER_H

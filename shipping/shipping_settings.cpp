@@ -31,7 +31,15 @@ bool IsEnterpriseNumber(const std::string& text) {
 ShippingSettings ReadShippingSettings() {
   const Config config(/*logging=*/false, /*writable=*/false);
   ShippingSettings settings;
-  ReadText(config, L"Destination", settings.destination);
+  std::string protocol = kDefaultProtocol;
+  ReadText(config, L"Protocol", protocol);
+  std::string host = kDefaultCollectorHost;
+  ReadText(config, L"CollectorHost", host);
+  long port = kDefaultCollectorPort;
+  ReadNumber(config, L"CollectorPort", port);
+  // An IPv6 address goes in brackets, as in any URL.
+  const bool bare6 = host.find(':') != std::string::npos && host.front() != '[';
+  settings.destination = protocol + "://" + (bare6 ? "[" + host + "]" : host) + ":" + std::to_string(port);
   std::string state;
   if (ReadText(config, L"StateFile", state)) settings.stateFile = std::filesystem::u8path(state);
   ReadText(config, L"Hostname", settings.hostname);

@@ -1,7 +1,9 @@
 // The shipper's settings in the shared configuration file, under
 // "/Tavro/MedivaneSDK/LogShipping/". The command line overrides each of them.
 //
-//   Destination       relp://HOST:PORT or tcp://HOST:PORT      (default relp://127.0.0.1:2514)
+//   Protocol          relp or tcp                              (default relp)
+//   CollectorHost     the collector's name or address          (default 127.0.0.1)
+//   CollectorPort     1-65535                                  (default 2514)
 //   StateFile         the cursor file                         (default: beside the log, see below)
 //   Hostname          HOSTNAME of every message               (default: the computer's name)
 //   Facility          0-23                                    (default 16, local0)
@@ -9,7 +11,9 @@
 //   EnterpriseNumber  N of the SD-ID "tavro@N"                (default 32473)
 //   WindowSize        RELP messages awaiting an answer, 1-1024 (default 128)
 //
-// A key that is missing or unusable keeps its default.
+// A key that is missing or unusable keeps its default. The destination is three keys rather than
+// one URL because a value in the configuration file ends at "//" (the rest is a comment); the
+// three make the URL "Protocol://CollectorHost:CollectorPort".
 #ifndef TAVROMEDIVANEUTIL_SHIPPING_SHIPPING_SETTINGS_H
 #define TAVROMEDIVANEUTIL_SHIPPING_SHIPPING_SETTINGS_H
 
@@ -19,7 +23,9 @@
 
 namespace Tavro_KVO_Util::shipping {
 
-constexpr char kDefaultDestination[] = "relp://127.0.0.1:2514";
+constexpr char kDefaultProtocol[] = "relp";
+constexpr char kDefaultCollectorHost[] = "127.0.0.1";
+constexpr long kDefaultCollectorPort = 2514;
 constexpr std::size_t kDefaultWindow = 128;
 constexpr std::size_t kMaxWindow = 1024;
 // The cursor file's name beside the log: the logger's rolling renames only "<log>.<number>" and
@@ -27,7 +33,7 @@ constexpr std::size_t kMaxWindow = 1024;
 constexpr char kStateFileSuffix[] = ".ship-state";
 
 struct ShippingSettings {
-  std::string destination = kDefaultDestination;
+  std::string destination;          // the URL the three keys make
   std::filesystem::path stateFile;  // empty: the log's path with kStateFileSuffix
   std::string hostname;             // empty: the computer's name
   int facility = 16;

@@ -176,6 +176,12 @@ bool LogWatcher::Follow(std::vector<std::string>& entries) {
 bool LogWatcher::Follow(std::vector<LogEntry>& entries) {
   LogReadLock lock;
   bool reached = false;
+  if (std::exchange(mReplaced, false)) {
+    std::vector<Member> all = MembersUpTo(nullptr, reached);
+    if (all.empty()) return false;
+    mLost = true;
+    mCursor = {true, all.back().id, 0, {}};
+  }
   std::vector<Member> members = MembersUpTo(mCursor.known ? &mCursor.id : nullptr, reached);
   if (!mCursor.known) {
     // There was no log when tail started: the files that were not there then are new, and are
@@ -229,6 +235,12 @@ LogWatcher::ReadOutcome LogWatcher::ReadOn(const std::filesystem::path& path, bo
       return ReadOutcome::kMoved;  // renamed since the look (Linux): look again
     }
     if (slice.size < mCursor.offset || slice.bytes.compare(0, back, mCursor.seen) != 0) {
+      if (mWhenLost == WhenLost::kOldestFile) {
+        // Emptied, or another file under the identity of one deleted (a file system reuses
+        // them): what the cursor stood in is gone. Go on with the oldest file, and say so.
+        mReplaced = true;
+        return ReadOutcome::kMoved;
+      }
       mCursor = {true, mCursor.id, 0, {}};  // emptied, and maybe refilled, since the last read
       continue;
     }

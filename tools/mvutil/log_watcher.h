@@ -106,6 +106,7 @@ class LogWatcher {
   const EntryFilter& mFilter;
   WhenLost mWhenLost;
   bool mLost = false;
+  bool mReplaced = false;  // the cursor's file no longer holds what the cursor saw (kOldestFile)
   Cursor mCursor;
   int mLostLooks = 0;                // looks in a row that did not find the file read last
   std::vector<LogFileId> mOldFiles;  // backups there before the log itself was (see ReadLast)
