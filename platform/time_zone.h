@@ -26,7 +26,8 @@ struct CivilTime {
 // that repeats when clocks go back, `zoneName` (the zone's name as log entries show it, UTF-8;
 // may be empty) picks the offset whose zone has that name; without a match the earlier one (still
 // daylight saving time) is taken. A local time that never existed (skipped when clocks went
-// forward) gets the offset in force just before the change. False when the date is not valid.
+// forward) gets the offset in force just before the change. False when the date or time is not
+// valid (31 February, second 60).
 bool LocalTimeUtcOffset(const CivilTime& local, const std::string& zoneName, int& offsetSeconds);
 
 // The current local time, to the millisecond, and its offset from UTC in seconds.

@@ -26,10 +26,12 @@ const char* LevelName(char letter) {
   }
 }
 
+// A JSON number: digits without a leading zero (JSON has none), at most 18 of them.
 bool IsInteger(const std::string& text) {
   const std::size_t start = !text.empty() && text[0] == '-' ? 1 : 0;
-  return text.size() > start && text.size() < 19 &&
-         text.find_first_not_of("0123456789", start) == std::string::npos;
+  if (text.size() <= start || text.size() >= 19) return false;
+  if (text[start] == '0' && text.size() > start + 1) return false;
+  return text.find_first_not_of("0123456789", start) == std::string::npos;
 }
 
 class JsonObject {

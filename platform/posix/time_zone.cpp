@@ -13,6 +13,19 @@ bool SameWallClock(const std::tm& a, const CivilTime& b) {
          a.tm_min == b.minute && a.tm_sec == b.second;
 }
 
+bool IsLeapYear(int year) { return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0; }
+
+// mktime would carry 31 February into March; such a date is refused instead. No leap second:
+// RFC 5424 does not allow one, and the logger never writes one.
+bool IsValidCivilTime(const CivilTime& local) {
+  static constexpr int kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+  if (local.month < 1 || local.month > 12 || local.day < 1) return false;
+  const int days = kDays[local.month - 1] + (local.month == 2 && IsLeapYear(local.year) ? 1 : 0);
+  return local.day <= days && local.hour >= 0 && local.hour <= 23 && local.minute >= 0 &&
+         local.minute <= 59 && local.second >= 0 && local.second <= 59 && local.millisecond >= 0 &&
+         local.millisecond <= 999;
+}
+
 std::tm ToTm(const CivilTime& local, int isDst) {
   std::tm fields{};
   fields.tm_year = local.year - 1900;
@@ -28,10 +41,7 @@ std::tm ToTm(const CivilTime& local, int isDst) {
 }  // namespace
 
 bool LocalTimeUtcOffset(const CivilTime& local, const std::string& zoneName, int& offsetSeconds) {
-  if (local.month < 1 || local.month > 12 || local.day < 1 || local.day > 31 || local.hour > 23 ||
-      local.minute > 59 || local.second > 60) {
-    return false;
-  }
+  if (!IsValidCivilTime(local)) return false;
   ::tzset();
   // Each reading of the wall clock (daylight saving time first: the earlier instant) that maps
   // back onto the same wall clock is a time this machine really showed.

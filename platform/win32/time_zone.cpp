@@ -58,7 +58,10 @@ bool LocalTimeUtcOffset(const CivilTime& local, const std::string& zoneName, int
   wall.wMinute = static_cast<WORD>(local.minute);
   wall.wSecond = static_cast<WORD>(local.second);
   long long wallTicks = 0;
-  if (local.year < 1601 || local.year > 30827 || !ToFileTimeTicks(wall, wallTicks)) return false;
+  // SystemTimeToFileTime refuses 31 February; a leap second is refused as RFC 5424 asks.
+  if (local.year < 1601 || local.year > 30827 || local.second > 59 || !ToFileTimeTicks(wall, wallTicks)) {
+    return false;
+  }
   TIME_ZONE_INFORMATION zone{};
   if (!GetTimeZoneInformationForYear(static_cast<USHORT>(local.year), /*pdtzi=*/nullptr, &zone)) {
     if (GetTimeZoneInformation(&zone) == TIME_ZONE_ID_INVALID) return false;

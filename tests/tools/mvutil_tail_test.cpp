@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -9,6 +10,9 @@
 #include <vector>
 
 #include "mvutil_log_fixture.h"
+#include "platform/host_name.h"
+#include "platform/process_info.h"
+#include "platform/time_zone.h"
 #include "wide_text.h"
 
 namespace mvutil::testing {
@@ -295,6 +299,46 @@ TEST_F(MvutilTail, ALongLogIsReadFromItsEnd) {
   support::WriteBytes(LogFile(), Utf16LeBytes(text));
   EXPECT_EQ(Run({"tail", "-n", "2"}).out, "I Ward entry 159999\nI Ward " + std::string(700000, 'x') + "\n");
   EXPECT_EQ(Run({"tail", "--area", "Rare"}).out, "I Rare first\n");
+}
+
+TEST_F(MvutilTail, JsonPrintsOneObjectPerEntryWithTheTemplatesFieldsUnderTheirSchemaNames) {
+  WriteConfig({{L"FormatString", L"%L %A %p %f:%l %m"}});
+  Write(L"Ward", 2, L"pump \"stopped\"");
+  Tavro_KVO_Util::Logger::GetInstance()->LogLong(L"Ward", 4, L"rate", 42, L".\\test", 7);
+  AppendRaw(support::Utf16Bytes(L"no template here\r\n", /*bigEndian=*/false, /*withMark=*/false));
+  const std::string pid = std::to_string(Tavro_KVO_Util::platform::CurrentProcessId());
+  const std::string host = Tavro_KVO_Util::platform::ComputerName();
+  const Result result = Run({"tail", "--json"});
+  EXPECT_EQ(result.code, 0);
+  EXPECT_EQ(result.err, "");
+  // Numbers are numbers; the file name's backslash and the message's quotes are escaped.
+  EXPECT_EQ(result.out,
+            "{\"log.level\":\"ERROR\",\"message\":\"pump \\\"stopped\\\"\",\"process.pid\":" + pid +
+                ",\"log.origin.file.name\":\".\\\\test\",\"log.origin.file.line\":1,\"host.name\":\"" + host +
+                "\",\"tavro.area\":\"Ward\",\"tavro.entry\":\"E Ward " + pid +
+                " .\\\\test:1 pump \\\"stopped\\\"\",\"tavro.parsed\":true}\n"
+                "{\"log.level\":\"INFO\",\"message\":\"rate\",\"process.pid\":" +
+                pid + ",\"log.origin.file.name\":\".\\\\test\",\"log.origin.file.line\":7,\"host.name\":\"" +
+                host + "\",\"tavro.area\":\"Ward\",\"tavro.data\":\"42\",\"tavro.entry\":\"I Ward " + pid +
+                " .\\\\test:7 rate;DATA#42\",\"tavro.parsed\":true}\n"
+                "{\"message\":\"no template here\",\"host.name\":\"" +
+                host + "\",\"tavro.entry\":\"no template here\",\"tavro.parsed\":false}\n");
+}
+
+TEST_F(MvutilTail, JsonGivesTheEntrysTimeWithItsOffset) {
+  WriteConfig({{L"FormatString", L"%D %T %m"}});
+  AppendRaw(Utf16LeBytes(L"2026-01-15 08:00:00.500 at eight\r\n"));  // a new file: with its mark
+  const Result result = Run({"tail", "--json"});
+  // The offset is this machine's for that day, whatever the zone the test runs in.
+  int offset = 0;
+  ASSERT_TRUE(Tavro_KVO_Util::platform::LocalTimeUtcOffset({2026, 1, 15, 8, 0, 0, 500}, "", offset));
+  const int minutes = offset / 60 < 0 ? -offset / 60 : offset / 60;
+  char zone[16];
+  std::snprintf(zone, sizeof zone, "%c%02d:%02d", offset < 0 ? '-' : '+', minutes / 60, minutes % 60);
+  EXPECT_EQ(result.out,
+            "{\"@timestamp\":\"2026-01-15T08:00:00.500" + std::string(zone) +
+                "\",\"message\":\"at eight\",\"host.name\":\"" + Tavro_KVO_Util::platform::ComputerName() +
+                "\",\"tavro.entry\":\"2026-01-15 08:00:00.500 at eight\",\"tavro.parsed\":true}\n");
 }
 
 }  // namespace
