@@ -112,12 +112,15 @@ bool DecodeShipCursor(const std::string& text, ShipCursor& cursor) {
 CursorLoad LoadShipCursor(const std::filesystem::path& path, ShipCursor& cursor, std::string& why) {
   std::error_code error;
   if (!std::filesystem::exists(path, error) && !error) return CursorLoad::kNone;
-  std::ifstream in(path, std::ios::binary);
   std::string text;
-  if (in) {
-    text.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+  bool readable = false;
+  {
+    // Closed again before a rename: Windows cannot rename a file that is open.
+    std::ifstream in(path, std::ios::binary);
+    if (in) text.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    readable = in.good() || in.eof();
   }
-  if (!in && !in.eof()) {
+  if (!readable) {
     why = "cannot be read";
   } else if (text.size() > kMaxStateSize || !DecodeShipCursor(text, cursor)) {
     why = "is damaged";

@@ -2,7 +2,7 @@
 """The log shipper against a real rsyslog: each scenario writes the shared log, runs `mvutil ship`
 and compares what the collector received with what was written, one to one.
 
-    ship_scenarios.py --mvutil PATH --writer PATH [--emulator WINE] SCENARIO
+    ship_scenarios.py --mvutil PATH --writer PATH --version V [--emulator WORD]... SCENARIO
 
 Writers are real programs logging through the library (ship_writer), so the log rolls under the
 shipper exactly as on a tablet; the hostile and mapping scenarios write the log file's UTF-16LE
@@ -75,7 +75,7 @@ class Tablet:
         return "Z:" + str(path).replace("/", "\\") if self.args.emulator else str(path)
 
     def command(self, program: str, *arguments: str) -> list[str]:
-        return ([self.args.emulator] if self.args.emulator else []) + [program, *arguments]
+        return [*self.args.emulator, program, *arguments]
 
     def writers(self, count: int, entries: int, interval_us: int) -> list[subprocess.Popen]:
         return [subprocess.Popen(self.command(self.args.writer, f"w{n}", str(entries), str(interval_us)),
@@ -384,7 +384,7 @@ SCENARIOS = {
     "mapping": mapping,
     "bad-input": bad_input,
     "live-reduced": lambda root, args, collector: live_through_rolls(root, args, collector, writers=2,
-                                                                      entries=300),
+                                                                      entries=600),
 }
 
 
@@ -392,7 +392,8 @@ def main() -> int:
     parser = argparse.ArgumentParser()
     parser.add_argument("--mvutil", required=True)
     parser.add_argument("--writer", required=True)
-    parser.add_argument("--emulator", default="")
+    parser.add_argument("--emulator", action="append", default=[],
+                        help="a word of the command that runs the programs (Wine's wrapper); repeatable")
     parser.add_argument("--version", required=True, help="the swVersion the shipper reports")
     parser.add_argument("--keep", action="store_true", help="keep the scenario's folder")
     parser.add_argument("scenario", choices=sorted(SCENARIOS))

@@ -1,38 +1,10 @@
 #include "entry_filter.h"
 
 #include "level_names.h"
+#include "shipping/entry_template.h"
 #include "wide_text.h"
 
 namespace mvutil {
-namespace {
-
-// The tokens in the order the logger substitutes them. "%%" is left out: the logger puts the
-// same two characters back, so it changes nothing.
-constexpr const wchar_t* kTokens[] = {L"%p", L"%t", L"%P", L"%T", L"%D", L"%Z",
-                                      L"%f", L"%l", L"%A", L"%m", L"%L", L"%s"};
-
-// The template as the logger sees it while substituting: pieces of literal text, which later
-// tokens are searched in, and tokens already placed, which they are not (a value is opaque here).
-struct Piece {
-  bool isToken;
-  std::wstring text;  // the literal text, or the token
-};
-
-void PlaceToken(std::vector<Piece>& pieces, const std::wstring& token) {
-  for (std::size_t i = 0; i < pieces.size(); ++i) {
-    if (pieces[i].isToken) continue;
-    const std::size_t at = pieces[i].text.find(token);
-    if (at == std::wstring::npos) continue;
-    const std::wstring before = pieces[i].text.substr(0, at);
-    const std::wstring after = pieces[i].text.substr(at + token.size());
-    pieces[i] = {true, token};
-    pieces.insert(pieces.begin() + static_cast<std::ptrdiff_t>(i) + 1, {false, after});
-    pieces.insert(pieces.begin() + static_cast<std::ptrdiff_t>(i), {false, before});
-    return;  // first occurrence only
-  }
-}
-
-}  // namespace
 
 EntryFilter::EntryFilter(const std::wstring& format, std::optional<int> maxLevel,
                          std::optional<std::string> area)
@@ -41,14 +13,12 @@ EntryFilter::EntryFilter(const std::wstring& format, std::optional<int> maxLevel
 }
 
 void EntryFilter::Compile(const std::wstring& format) {
-  std::vector<Piece> pieces{{false, format}};
-  for (const wchar_t* token : kTokens) PlaceToken(pieces, token);
-
   auto addBytes = [this](const std::string& text) {
     for (const char c : text) mSteps.push_back({Step::kByte, std::string(1, c)});
   };
-  for (const Piece& piece : pieces) {
-    if (!piece.isToken) {
+  for (const Tavro_KVO_Util::shipping::TemplatePiece& piece :
+       Tavro_KVO_Util::shipping::SplitEntryTemplate(format)) {
+    if (!piece.isField) {
       addBytes(WideToUtf8(piece.text));
     } else if (piece.text == L"%L") {
       mHasLevel = true;
