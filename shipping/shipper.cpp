@@ -128,12 +128,18 @@ ShipResult Shipper::Impl::Loop() {
     const bool more = SendWhatFits();
     if (!link->IsOpen()) continue;  // broke while sending
     const bool idle = !more && unread.empty();
-    // Wait for answers only when nothing else can be done now; otherwise just pick them up.
-    const bool waitForAnswers = (sent.size() >= options.window) || idle;
+    // Wait for answers only when nothing else can be done now: with the window full, until an
+    // answer comes; with nothing to read, until the next look at the log. Otherwise only pick
+    // up what has arrived.
     const milliseconds untilLook =
         std::max(milliseconds(0), std::chrono::duration_cast<milliseconds>(nextLook - Clock::now()));
-    const int wait = waitForAnswers ? static_cast<int>(std::min(untilLook, options.pollInterval).count()) : 0;
-    if (!Collect(wait)) {
+    milliseconds wait{0};
+    if (sent.size() >= options.window) {
+      wait = options.pollInterval;
+    } else if (idle) {
+      wait = std::min(untilLook, options.pollInterval);
+    }
+    if (!Collect(static_cast<int>(wait.count()))) {
       if (options.once) {
         result = ShipResult::kUnreachable;
         break;
