@@ -120,8 +120,8 @@ ShipResult Shipper::Impl::Loop() {
         result = ShipResult::kUnreachable;
         break;
       }
-      const milliseconds wait = std::min(
-          options.pollInterval, std::chrono::duration_cast<milliseconds>(nextAttempt - Clock::now()));
+      const milliseconds wait =
+          std::min(options.pollInterval, std::chrono::ceil<milliseconds>(nextAttempt - Clock::now()));
       if (wait.count() > 0) std::this_thread::sleep_for(wait);
       continue;
     }
@@ -131,8 +131,10 @@ ShipResult Shipper::Impl::Loop() {
     // Wait for answers only when nothing else can be done now: with the window full, until an
     // answer comes; with nothing to read, until the next look at the log. Otherwise only pick
     // up what has arrived.
+    // Rounded up: rounded down, the last fraction of a millisecond before a look would be spent
+    // polling with no wait at all.
     const milliseconds untilLook =
-        std::max(milliseconds(0), std::chrono::duration_cast<milliseconds>(nextLook - Clock::now()));
+        std::max(milliseconds(0), std::chrono::ceil<milliseconds>(nextLook - Clock::now()));
     milliseconds wait{0};
     if (sent.size() >= options.window) {
       wait = options.pollInterval;

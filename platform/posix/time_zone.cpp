@@ -3,7 +3,9 @@
 
 #include <time.h>
 
+#include <cstdlib>
 #include <ctime>
+#include <string>
 
 namespace Tavro_KVO_Util::platform {
 namespace {
@@ -38,10 +40,7 @@ std::tm ToTm(const CivilTime& local, int isDst) {
   return fields;
 }
 
-}  // namespace
-
-bool LocalTimeUtcOffset(const CivilTime& local, const std::string& zoneName, int& offsetSeconds) {
-  if (!IsValidCivilTime(local)) return false;
+bool ComputeOffset(const CivilTime& local, const std::string& zoneName, int& offsetSeconds) {
   ::tzset();
   // Each reading of the wall clock (daylight saving time first: the earlier instant) that maps
   // back onto the same wall clock is a time this machine really showed.
@@ -67,6 +66,38 @@ bool LocalTimeUtcOffset(const CivilTime& local, const std::string& zoneName, int
   std::tm back{};
   if (before == static_cast<std::time_t>(-1) || localtime_r(&before, &back) == nullptr) return false;
   offsetSeconds = static_cast<int>(back.tm_gmtoff);
+  return true;
+}
+
+// The shipper asks once per entry, mostly for the same minute again; tzset and two mktime calls
+// each time were most of its work. Clocks change only on whole minutes, so one answer serves a
+// whole minute of one zone setting (TZ) and one zone name.
+struct OffsetCache {
+  bool valid = false;
+  std::string tz;
+  bool tzSet = false;
+  CivilTime minute;
+  std::string zoneName;
+  int offsetSeconds = 0;
+};
+
+bool SameMinute(const CivilTime& a, const CivilTime& b) {
+  return a.year == b.year && a.month == b.month && a.day == b.day && a.hour == b.hour && a.minute == b.minute;
+}
+
+}  // namespace
+
+bool LocalTimeUtcOffset(const CivilTime& local, const std::string& zoneName, int& offsetSeconds) {
+  if (!IsValidCivilTime(local)) return false;
+  thread_local OffsetCache cache;
+  const char* tz = std::getenv("TZ");
+  if (cache.valid && cache.tzSet == (tz != nullptr) && (tz == nullptr || cache.tz == tz) &&
+      SameMinute(cache.minute, local) && cache.zoneName == zoneName) {
+    offsetSeconds = cache.offsetSeconds;
+    return true;
+  }
+  if (!ComputeOffset(local, zoneName, offsetSeconds)) return false;
+  cache = {true, tz != nullptr ? tz : "", tz != nullptr, local, zoneName, offsetSeconds};
   return true;
 }
 

@@ -231,7 +231,6 @@ def down_through_rolls(root, args, collector):
     wait_all(tablet.writers(1, 10, interval_us=0))
     first = tablet.ship("--once")
     check(first.returncode == 0, f"first --once: {first.returncode} {first.stderr}")
-    size = 0
     wait_all(tablet.writers(1, 300, interval_us=0))  # about 60 KB: three rolls of 16 KB
     rolled = sorted(p.name for p in tablet.logs.glob("KVO.log.*") if p.name[-1].isdigit())
     check(rolled == ["KVO.log.1", "KVO.log.2", "KVO.log.3"], f"backups {rolled}")
@@ -240,7 +239,6 @@ def down_through_rolls(root, args, collector):
     found = tags(writer_messages(collector))
     check(found == [("w0", i) for i in range(1, 11)] + [("w0", i) for i in range(1, 301)],
           f"arrived {len(found)}: {found[:3]}...{found[-3:]}")
-    del size
 
 
 def rolled_past_the_limit(root, args, collector):

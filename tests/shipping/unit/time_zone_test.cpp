@@ -63,6 +63,13 @@ TEST(TimeZone, ZonesWestOfUtcHaveNegativeOffsets) {
   EXPECT_EQ(OffsetIn("America/New_York", {2026, 1, 15, 12, 0, 0, 0}), "-18000");
 }
 
+TEST(TimeZone, TheSameMinuteAskedAgainUnderAnotherZoneGetsThatZonesOffset) {
+  // Answers are remembered per minute; a change of TZ must not be answered from memory.
+  EXPECT_EQ(OffsetIn("Europe/Berlin", {2026, 7, 1, 12, 0, 30, 0}), "7200");
+  EXPECT_EQ(OffsetIn("America/New_York", {2026, 7, 1, 12, 0, 30, 0}), "-14400");
+  EXPECT_EQ(OffsetIn("Europe/Berlin", {2026, 7, 1, 12, 0, 59, 0}), "7200");
+}
+
 TEST(TimeZone, OffsetsOfPartHoursAreKept) {
   EXPECT_EQ(OffsetIn("Asia/Kolkata", {2026, 7, 1, 12, 0, 0, 0}), "19800");
 }
