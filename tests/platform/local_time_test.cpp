@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <ctime>
 #include <optional>
 #include <regex>
@@ -35,9 +36,11 @@ TEST(LocalTime, ZoneIsNamed) { EXPECT_FALSE(CurrentLocalTimeTexts().zone.empty()
 TEST(LocalTime, AgreesWithTheCRuntimeClock) {
   // The reading falls between two of the C runtime's, which are at most a second apart unless the
   // test is very slow; it must then show one of their seconds.
-  const std::time_t before = std::time(nullptr);
+  // The system clock, not time(): glibc's time() reads a coarse clock that may still show the
+  // previous second for a few milliseconds after the precise clock the logger reads has moved on.
+  const std::time_t before = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
   const LocalTimeTexts texts = CurrentLocalTimeTexts();
-  const std::time_t after = std::time(nullptr);
+  const std::time_t after = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
   const std::string shown = Narrow(texts.date) + " " + Narrow(texts.time.substr(0, 8));
   if (after - before <= 1) {
     EXPECT_TRUE(shown == CRuntimeLocalText(before) || shown == CRuntimeLocalText(after))
