@@ -135,8 +135,9 @@ CursorLoad LoadShipCursor(const std::filesystem::path& path, ShipCursor& cursor,
   return CursorLoad::kDamaged;
 }
 
-bool SaveShipCursor(const std::filesystem::path& path, const ShipCursor& cursor, std::string& why) {
-  return platform::ReplaceFileDurably(path, EncodeShipCursor(cursor), why);
+bool SaveShipCursor(const std::filesystem::path& path, const ShipCursor& cursor,
+                    platform::Durability durability, std::string& why) {
+  return platform::ReplaceFileDurably(path, EncodeShipCursor(cursor), durability, why);
 }
 
 }  // namespace Tavro_KVO_Util::shipping

@@ -4,7 +4,7 @@
 // entry, the last bytes before that offset (so that a file emptied or replaced under the same
 // identity is noticed), and the entry's timestamp (to say which times were lost when the file is
 // gone). A checksum covers it all, so a damaged file is told from a good one. It is replaced
-// atomically: a temporary file, flushed, then renamed over it.
+// atomically: a temporary file, then a rename over it.
 #ifndef TAVROMEDIVANEUTIL_SHIPPING_SHIP_CURSOR_H
 #define TAVROMEDIVANEUTIL_SHIPPING_SHIP_CURSOR_H
 
@@ -12,6 +12,7 @@
 #include <string>
 
 #include "log_watcher.h"
+#include "platform/durable_file.h"
 
 namespace Tavro_KVO_Util::shipping {
 
@@ -32,8 +33,9 @@ enum class CursorLoad { kLoaded, kNone, kDamaged };
 // renamed to "<path>.damaged" (replacing an older one), and `why` says what was wrong.
 CursorLoad LoadShipCursor(const std::filesystem::path& path, ShipCursor& cursor, std::string& why);
 
-// Replaces the state file atomically. False with `why`.
-bool SaveShipCursor(const std::filesystem::path& path, const ShipCursor& cursor, std::string& why);
+// Replaces the state file atomically, as durably as asked. False with `why`.
+bool SaveShipCursor(const std::filesystem::path& path, const ShipCursor& cursor,
+                    platform::Durability durability, std::string& why);
 
 }  // namespace Tavro_KVO_Util::shipping
 

@@ -1,4 +1,5 @@
-// Durable replacement on Linux: write, fsync, rename, then fsync the folder so the rename lasts.
+// Atomic replacement on Linux: write, fsync, rename, then fsync the folder so the rename lasts;
+// without the fsyncs when only the process's death is to be survived.
 #include "platform/durable_file.h"
 
 #include <fcntl.h>
@@ -12,7 +13,9 @@
 
 namespace Tavro_KVO_Util::platform {
 
-bool ReplaceFileDurably(const std::filesystem::path& path, const std::string& bytes, std::string& why) {
+bool ReplaceFileDurably(const std::filesystem::path& path, const std::string& bytes, Durability durability,
+                        std::string& why) {
+  const bool flush = durability == Durability::kOnDisk;
   std::filesystem::path temporary = path;
   temporary += ".tmp";
   {
@@ -22,7 +25,7 @@ bool ReplaceFileDurably(const std::filesystem::path& path, const std::string& by
       return false;
     }
     std::size_t written = 0;
-    if (!WriteAll(fd.get(), bytes.data(), bytes.size(), written) || ::fsync(fd.get()) != 0) {
+    if (!WriteAll(fd.get(), bytes.data(), bytes.size(), written) || (flush && ::fsync(fd.get()) != 0)) {
       why = "cannot write " + temporary.string() + ": " + std::strerror(errno);
       ::unlink(temporary.c_str());
       return false;
@@ -33,6 +36,7 @@ bool ReplaceFileDurably(const std::filesystem::path& path, const std::string& by
     ::unlink(temporary.c_str());
     return false;
   }
+  if (!flush) return true;
   std::filesystem::path folder = path.parent_path();
   if (folder.empty()) folder = ".";
   const UniqueFd directory(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));

@@ -2,7 +2,8 @@
 #error "Windows-only source file"
 #endif
 
-// Durable replacement on Windows: write, FlushFileBuffers, then MoveFileExW with write-through.
+// Atomic replacement on Windows: write, FlushFileBuffers, then MoveFileExW with write-through;
+// without the flushes when only the process's death is to be survived.
 #include "platform/durable_file.h"
 
 #include "platform/utf8.h"
@@ -11,7 +12,9 @@
 
 namespace Tavro_KVO_Util::platform {
 
-bool ReplaceFileDurably(const std::filesystem::path& path, const std::string& bytes, std::string& why) {
+bool ReplaceFileDurably(const std::filesystem::path& path, const std::string& bytes, Durability durability,
+                        std::string& why) {
+  const bool flush = durability == Durability::kOnDisk;
   std::filesystem::path temporary = path;
   temporary += ".tmp";
   const std::string shown = WideToUtf8(temporary.wstring());
@@ -25,13 +28,14 @@ bool ReplaceFileDurably(const std::filesystem::path& path, const std::string& by
     }
     DWORD written = 0;
     if (!WriteFile(file.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) ||
-        written != bytes.size() || !FlushFileBuffers(file.get())) {
+        written != bytes.size() || (flush && !FlushFileBuffers(file.get()))) {
       why = "cannot write " + shown + ": error " + std::to_string(GetLastError());
       DeleteFileW(temporary.c_str());
       return false;
     }
   }
-  if (!MoveFileExW(temporary.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
+  const DWORD moveFlags = MOVEFILE_REPLACE_EXISTING | (flush ? MOVEFILE_WRITE_THROUGH : 0);
+  if (!MoveFileExW(temporary.c_str(), path.c_str(), moveFlags)) {
     why = "cannot rename " + shown + ": error " + std::to_string(GetLastError());
     DeleteFileW(temporary.c_str());
     return false;

@@ -214,7 +214,7 @@ TEST(ShipCursor, SaveWritesTheTextAndLeavesNoTemporaryFile) {
   const testing::TempDir dir;
   const auto path = dir.path() / "cursor.state";
   std::string why;
-  ASSERT_TRUE(SaveShipCursor(path, Sample(), why)) << why;
+  ASSERT_TRUE(SaveShipCursor(path, Sample(), platform::Durability::kOnDisk, why)) << why;
   EXPECT_EQ(ReadAll(path), kSampleText);
   EXPECT_EQ(FileNames(dir.path()), std::vector<std::string>{"cursor.state"});
 }
@@ -225,7 +225,7 @@ TEST(ShipCursor, SaveReplacesTheStateFile) {
   ShipCursor next = Sample();
   next.position.offset = 8192;
   std::string why;
-  ASSERT_TRUE(SaveShipCursor(path, next, why)) << why;
+  ASSERT_TRUE(SaveShipCursor(path, next, platform::Durability::kWithSystem, why)) << why;
   EXPECT_EQ(ReadAll(path), EncodeShipCursor(next));
   EXPECT_EQ(FileNames(dir.path()), std::vector<std::string>{"cursor.state"});
   ShipCursor cursor;
