@@ -5,24 +5,41 @@ namespace {
 
 // A collector that takes nothing for this long is treated as gone.
 constexpr int kSendTimeoutMilliseconds = 10000;
+// Gathered frames go out once they fill this much.
+constexpr std::size_t kFlushSize = 256 * 1024;
 
 }  // namespace
 
 bool OctetCountedLink::Open(int timeoutMilliseconds, std::string& why) {
   mHandedOver = 0;
+  mGathered = 0;
+  mOutgoing.clear();
   return mConnection.Connect(mDestination.host, mDestination.port, timeoutMilliseconds, why);
 }
 
 bool OctetCountedLink::Send(std::string_view message, std::string& why) {
-  std::string frame = std::to_string(message.size());
-  frame += ' ';
-  frame += message;
-  if (!mConnection.SendAll(frame, kSendTimeoutMilliseconds, why)) return false;
-  ++mHandedOver;
-  return true;
+  if (!mConnection.IsOpen()) {
+    why = "not connected";
+    return false;
+  }
+  mOutgoing += std::to_string(message.size());
+  mOutgoing += ' ';
+  mOutgoing += message;
+  ++mGathered;
+  return mOutgoing.size() < kFlushSize || Flush(why);
+}
+
+bool OctetCountedLink::Flush(std::string& why) {
+  if (mOutgoing.empty()) return true;
+  const bool sent = mConnection.SendAll(mOutgoing, kSendTimeoutMilliseconds, why);
+  mOutgoing.clear();
+  if (sent) mHandedOver += mGathered;
+  mGathered = 0;
+  return sent;
 }
 
 bool OctetCountedLink::Collect(int timeoutMilliseconds, std::size_t& taken, std::string& why) {
+  if (!Flush(why)) return false;
   taken += mHandedOver;
   mHandedOver = 0;
   // The collector sends nothing back; reading only tells whether it closed the connection.
@@ -32,6 +49,10 @@ bool OctetCountedLink::Collect(int timeoutMilliseconds, std::size_t& taken, std:
          result == platform::TcpConnection::ReceiveResult::kTimeout;
 }
 
-void OctetCountedLink::Close(int /*timeoutMilliseconds*/) { mConnection.Close(); }
+void OctetCountedLink::Close(int /*timeoutMilliseconds*/) {
+  std::string why;
+  Flush(why);  // nothing more can be done about a failure here; the connection is closed anyway
+  mConnection.Close();
+}
 
 }  // namespace Tavro_KVO_Util::shipping

@@ -15,14 +15,19 @@ class OctetCountedLink : public CollectorLink {
   bool IsOpen() const override { return mConnection.IsOpen(); }
   // Taken as soon as the socket accepted it.
   bool Send(std::string_view message, std::string& why) override;
-  // Reports what Send handed over, and notices a collector that closed the connection.
+  // Reports what was handed to the socket, and notices a collector that closed the connection.
   bool Collect(int timeoutMilliseconds, std::size_t& taken, std::string& why) override;
   void Close(int timeoutMilliseconds) override;
 
  private:
+  // Hands the gathered frames to the socket. False with `why`, the connection then closed.
+  bool Flush(std::string& why);
+
   Destination mDestination;
   platform::TcpConnection mConnection;
-  std::size_t mHandedOver = 0;
+  std::string mOutgoing;        // frames gathered by Send
+  std::size_t mGathered = 0;    // messages in mOutgoing
+  std::size_t mHandedOver = 0;  // messages the socket accepted since the last Collect
 };
 
 }  // namespace Tavro_KVO_Util::shipping

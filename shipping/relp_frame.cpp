@@ -26,17 +26,22 @@ FrameParse ReadNumber(std::string_view bytes, std::size_t& at, std::uint64_t& va
 }  // namespace
 
 std::string EncodeRelpFrame(std::uint32_t txnr, std::string_view command, std::string_view data) {
-  std::string frame = std::to_string(txnr);
-  frame += ' ';
-  frame += command;
-  frame += ' ';
-  frame += std::to_string(data.size());
-  if (!data.empty()) {
-    frame += ' ';
-    frame += data;
-  }
-  frame += '\n';
+  std::string frame;
+  AppendRelpFrame(txnr, command, data, frame);
   return frame;
+}
+
+void AppendRelpFrame(std::uint32_t txnr, std::string_view command, std::string_view data, std::string& out) {
+  out += std::to_string(txnr);
+  out += ' ';
+  out += command;
+  out += ' ';
+  out += std::to_string(data.size());
+  if (!data.empty()) {
+    out += ' ';
+    out += data;
+  }
+  out += '\n';
 }
 
 std::uint32_t NextRelpTxnr(std::uint32_t txnr) { return txnr >= kMaxRelpTxnr ? 1 : txnr + 1; }

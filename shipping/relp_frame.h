@@ -25,6 +25,8 @@ struct RelpFrame {
 };
 
 std::string EncodeRelpFrame(std::uint32_t txnr, std::string_view command, std::string_view data);
+// The same frame, appended to `out` (no temporary string per frame).
+void AppendRelpFrame(std::uint32_t txnr, std::string_view command, std::string_view data, std::string& out);
 
 // The number after `txnr`: 999999999 is followed by 1.
 std::uint32_t NextRelpTxnr(std::uint32_t txnr);

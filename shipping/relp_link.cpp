@@ -15,6 +15,9 @@ constexpr int kSendTimeoutMilliseconds = 10000;
 constexpr std::size_t kReadSize = 64 * 1024;
 // A response frame is short; anything this long without a whole frame is not RELP.
 constexpr std::size_t kMaxPending = 1 << 20;
+// Gathered frames go out once they fill this much, so that a full window of long messages is not
+// held back until Collect.
+constexpr std::size_t kFlushSize = 256 * 1024;
 
 int MillisecondsLeft(Clock::time_point deadline) {
   const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
@@ -26,6 +29,7 @@ int MillisecondsLeft(Clock::time_point deadline) {
 void RelpLink::Drop() {
   mConnection.Close();
   mReceived.clear();
+  mOutgoing.clear();
   mSent.clear();
   mOpenTxnr = 0;
 }
@@ -56,16 +60,28 @@ bool RelpLink::Open(int timeoutMilliseconds, std::string& why) {
 }
 
 bool RelpLink::Send(std::string_view message, std::string& why) {
-  if (!mConnection.SendAll(EncodeRelpFrame(mNextTxnr, "syslog", message), kSendTimeoutMilliseconds, why)) {
+  if (!mConnection.IsOpen()) {
+    why = "not connected";
+    return false;
+  }
+  AppendRelpFrame(mNextTxnr, "syslog", message, mOutgoing);
+  mSent.push_back({mNextTxnr, false});
+  mNextTxnr = NextRelpTxnr(mNextTxnr);
+  return mOutgoing.size() < kFlushSize || Flush(why);
+}
+
+bool RelpLink::Flush(std::string& why) {
+  if (mOutgoing.empty()) return true;
+  if (!mConnection.SendAll(mOutgoing, kSendTimeoutMilliseconds, why)) {
     Drop();
     return false;
   }
-  mSent.push_back({mNextTxnr, false});
-  mNextTxnr = NextRelpTxnr(mNextTxnr);
+  mOutgoing.clear();
   return true;
 }
 
 bool RelpLink::Collect(int timeoutMilliseconds, std::size_t& taken, std::string& why) {
+  if (!Flush(why)) return false;
   const bool ok = ReadResponses(timeoutMilliseconds, why);
   // Taken in order: an answer that overtook an older one waits for it.
   while (!mSent.empty() && mSent.front().answered) {
@@ -127,23 +143,26 @@ bool RelpLink::Handle(const RelpFrame& frame, std::string& why) {
     mOpenTxnr = 0;
     return true;
   }
-  for (Sent& sent : mSent) {
-    if (sent.txnr != frame.txnr) continue;
-    if (code != 200) {
-      why = "the collector refused a message: " + frame.data.substr(0, frame.data.find('\n'));
-      return false;
-    }
-    sent.answered = true;
-    return true;
+  // Frames are numbered consecutively (wrapping after kMaxRelpTxnr), so an answer's place among
+  // those waiting is its distance from the oldest; no search through the window per answer.
+  if (mSent.empty() || frame.txnr == 0 || frame.txnr > kMaxRelpTxnr) return true;
+  const std::uint32_t oldest = mSent.front().txnr;
+  const std::size_t place = frame.txnr >= oldest ? frame.txnr - oldest : kMaxRelpTxnr - oldest + frame.txnr;
+  if (place >= mSent.size()) return true;  // an answer to a frame of an earlier session, or to close
+  if (code != 200) {
+    why = "the collector refused a message: " + frame.data.substr(0, frame.data.find('\n'));
+    return false;
   }
-  return true;  // an answer to a frame of an earlier session, or to close
+  mSent[place].answered = true;
+  return true;
 }
 
 void RelpLink::Close(int timeoutMilliseconds) {
   if (mConnection.IsOpen()) {
     std::string why;
     const std::uint32_t closeTxnr = mNextTxnr;
-    if (mConnection.SendAll(EncodeRelpFrame(closeTxnr, "close", ""), timeoutMilliseconds, why)) {
+    AppendRelpFrame(closeTxnr, "close", "", mOutgoing);
+    if (mConnection.SendAll(mOutgoing, timeoutMilliseconds, why)) {
       // The answer is awaited so that the collector ends the session cleanly; nothing depends on it.
       const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(timeoutMilliseconds);
       std::string bytes;

@@ -32,12 +32,15 @@ class RelpLink : public CollectorLink {
   // Reads what has arrived within the time and handles each whole frame.
   bool ReadResponses(int timeoutMilliseconds, std::string& why);
   bool Handle(const RelpFrame& frame, std::string& why);
+  // Sends the gathered frames. False with `why`, the connection then dropped.
+  bool Flush(std::string& why);
   void Drop();
 
   Destination mDestination;
   std::string mSoftwareVersion;
   platform::TcpConnection mConnection;
   std::string mReceived;  // bytes of frames not yet whole
+  std::string mOutgoing;  // frames gathered by Send, not yet handed to the socket
   std::uint32_t mNextTxnr = 1;
   std::uint32_t mOpenTxnr = 0;  // the "open" waiting for its answer, or 0
   std::deque<Sent> mSent;       // "syslog" frames not yet taken, oldest first

@@ -16,6 +16,13 @@ TEST(RelpFrame, FrameIsNumberCommandLengthAndData) {
 
 TEST(RelpFrame, EmptyDataLeavesOutItsBlank) { EXPECT_EQ(EncodeRelpFrame(3, "close", ""), "3 close 0\n"); }
 
+TEST(RelpFrame, AppendedFramesFollowEachOtherUnchanged) {
+  std::string out = "before|";
+  AppendRelpFrame(7, "syslog", "one", out);
+  AppendRelpFrame(8, "close", "", out);
+  EXPECT_EQ(out, "before|7 syslog 3 one\n8 close 0\n");
+}
+
 TEST(RelpFrame, LengthCountsBytesNotCharacters) {
   // "Ü" is two bytes of UTF-8; a line end inside the data is data.
   EXPECT_EQ(EncodeRelpFrame(4, "syslog", "\xC3\x9C\nx"), "4 syslog 4 \xC3\x9C\nx\n");
