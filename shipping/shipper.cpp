@@ -26,6 +26,7 @@ namespace {
 constexpr milliseconds kFirstBackoff{500};
 constexpr milliseconds kLastBackoff{30000};
 constexpr milliseconds kSaveInterval{1000};
+constexpr milliseconds kGatherAnswers{1};
 constexpr int kConnectTimeoutMilliseconds = 5000;
 // At the end, how long the answers to what is in flight are waited for.
 constexpr milliseconds kDrainTime{5000};
@@ -33,11 +34,18 @@ constexpr milliseconds kDrainTime{5000};
 // enough: the file read last may be missing for a moment while a writer rolls the log.
 constexpr int kEmptyLooksAtEnd = 2;
 
-// One message on its way, and what taking it means for the cursor.
+// Why the cursor is being saved; it decides how durably.
+enum class SaveWhen {
+  kIfDue,       // durably, once a second while the cursor moves
+  kWindowFull,  // now, because otherwise a kill could cost more than a window of duplicates
+  kAtExit,      // durably, now
+};
+
+// One message on its way, and what taking it means for the cursor. A window of these is held,
+// so it is kept small: the entry's timestamp is read back from the message when it is taken.
 struct Outgoing {
   std::string message;
   std::optional<mvutil::LogPosition> end;  // none for the shipper's own messages
-  std::string timestamp;
 };
 
 }  // namespace
@@ -58,7 +66,11 @@ struct Shipper::Impl {
   bool ReadMore();
   bool Collect(int timeoutMilliseconds);
   void Broke(const std::string& why);
-  void SaveCursor(bool now);
+  void SaveCursor(SaveWhen when);
+  // No more may be sent until answers come, or the cursor is saved.
+  bool WindowFull() const {
+    return sent.size() >= options.window || takenSinceSave + sent.size() >= options.window;
+  }
   void Drain();
 
   const ShipperOptions& options;
@@ -73,7 +85,7 @@ struct Shipper::Impl {
   // Messages taken since the cursor was last saved. With those in flight it never exceeds the
   // window, so a shipper killed at any moment sends again at most one window of messages.
   std::size_t takenSinceSave = 0;
-  Clock::time_point lastSave = Clock::now();
+  Clock::time_point lastDurableSave = Clock::now();
 
   std::deque<Outgoing> unread;  // read from the log, not yet sent
   std::deque<Outgoing> sent;    // sent, not yet taken: sent again after a reconnect
@@ -82,7 +94,8 @@ struct Shipper::Impl {
 
   milliseconds backoff = kFirstBackoff;
   Clock::time_point nextAttempt = Clock::now();
-  std::string lastProblem;  // said once until the collector is reached again
+  std::string lastProblem;      // said once until the collector is reached again
+  std::string lastSaveProblem;  // said once until the state file is saved again
 };
 
 Shipper::Shipper(ShipperOptions options, std::ostream& err) : mOptions(std::move(options)), mErr(err) {}
@@ -136,7 +149,11 @@ ShipResult Shipper::Impl::Loop() {
     const milliseconds untilLook =
         std::max(milliseconds(0), std::chrono::ceil<milliseconds>(nextLook - Clock::now()));
     milliseconds wait{0};
-    if (sent.size() >= options.window) {
+    if (WindowFull()) {
+      // With a quarter of the window or more in flight the collector has work enough for a
+      // while. A short pause lets its answers gather, so one read takes hundreds of them; woken
+      // for every few, the shipper and rsyslog spent about a third more CPU per message.
+      if (sent.size() * 4 >= options.window) std::this_thread::sleep_for(kGatherAnswers);
       wait = options.pollInterval;
     } else if (idle) {
       wait = std::min(untilLook, options.pollInterval);
@@ -148,7 +165,7 @@ ShipResult Shipper::Impl::Loop() {
       }
       continue;
     }
-    SaveCursor(false);
+    SaveCursor(SaveWhen::kIfDue);
     if (options.once && idle && sent.empty() && emptyLooks >= kEmptyLooksAtEnd) break;
   }
   Drain();
@@ -197,10 +214,21 @@ void Shipper::Impl::Broke(const std::string& why) {
 
 // Sends while the window has room. True when more could be read at once (the last read was cut
 // short, or the window is full).
+//
+// Messages taken since the last save plus those in flight never exceed the window: that is what
+// a kill can send twice. When they reach it, the cursor is saved if at least half a window was
+// taken since the last save; otherwise the answers to the half window or more still in flight are
+// awaited first. So the collector always has work, and the cursor is written once per half
+// window rather than once per answer.
 bool Shipper::Impl::SendWhatFits() {
   bool more = true;
   while (sent.size() < options.window) {
-    if (takenSinceSave + sent.size() >= options.window) SaveCursor(true);
+    if (takenSinceSave + sent.size() >= options.window) {
+      if (2 * takenSinceSave < options.window) return true;
+      // A state file that cannot be written is reported, and shipping goes on regardless:
+      // delivering matters more than how much a kill would send twice.
+      SaveCursor(SaveWhen::kWindowFull);
+    }
     if (unread.empty()) {
       if (Clock::now() < nextLook) return false;
       more = ReadMore();
@@ -233,13 +261,17 @@ bool Shipper::Impl::ReadMore() {
         until +
         ": the place where shipping had got to is no longer in the log (rolled past the last "
         "backup, or deleted); shipping goes on with the oldest entry left";
-    unread.push_back({FormatShipperMessage(kSeverityWarning, text, options.context), std::nullopt, {}});
+    unread.push_back({FormatShipperMessage(kSeverityWarning, text, options.context), std::nullopt});
     err << "mvutil ship: warning: " << text << "\n";
     err.flush();
   }
+  std::string timestamp;
   for (mvutil::LogEntry& entry : entries) {
     Outgoing message;
-    message.message = FormatEntryMessage(entry.text, entryTemplate, options.context, message.timestamp);
+    message.message = FormatEntryMessage(entry.text, entryTemplate, options.context, timestamp);
+    // Built by appending, the text may have up to twice the room it needs; a window of them
+    // would carry that waste.
+    message.message.shrink_to_fit();
     message.end = std::move(entry.end);
     unread.push_back(std::move(message));
   }
@@ -260,7 +292,7 @@ bool Shipper::Impl::Collect(int timeoutMilliseconds) {
     Outgoing& message = sent.front();
     if (message.end) {
       cursor.position = std::move(*message.end);
-      cursor.lastTimestamp = std::move(message.timestamp);
+      cursor.lastTimestamp = MessageTimestamp(message.message);
       cursorMoved = true;
     }
     ++takenSinceSave;
@@ -270,17 +302,32 @@ bool Shipper::Impl::Collect(int timeoutMilliseconds) {
   return ok;
 }
 
-void Shipper::Impl::SaveCursor(bool now) {
-  if (!cursorMoved || (!now && Clock::now() - lastSave < kSaveInterval)) return;
+// A save forced by the window only has to survive the shipper being killed, which the rename
+// alone ensures; flushing the disk every window was most of the time spent shipping a backlog.
+// A power loss can cost what was taken since the last durable save, at most a second's worth,
+// and those entries are sent again.
+void Shipper::Impl::SaveCursor(SaveWhen when) {
+  if (!cursorMoved) {
+    takenSinceSave = 0;  // only the shipper's own messages were taken: a restart sends none again
+    return;
+  }
+  const bool due = Clock::now() - lastDurableSave >= kSaveInterval;
+  if (when == SaveWhen::kIfDue && !due) return;
+  const bool durable = due || when == SaveWhen::kAtExit;
   std::string why;
-  if (!SaveShipCursor(options.stateFile, cursor, why)) {
-    err << "mvutil ship: cannot save the state file: " << why << "\n";
-    err.flush();
+  if (!SaveShipCursor(options.stateFile, cursor,
+                      durable ? platform::Durability::kOnDisk : platform::Durability::kWithSystem, why)) {
+    if (why != lastSaveProblem) {  // said once, not once per window
+      err << "mvutil ship: cannot save the state file: " << why << "\n";
+      err.flush();
+      lastSaveProblem = why;
+    }
   } else {
     cursorMoved = false;
     takenSinceSave = 0;
+    lastSaveProblem.clear();
   }
-  lastSave = Clock::now();
+  if (durable) lastDurableSave = Clock::now();
 }
 
 // At the end: the answers to what is in flight, the cursor, and a clean close.
@@ -289,7 +336,7 @@ void Shipper::Impl::Drain() {
   while (!sent.empty() && link->IsOpen() && Clock::now() < deadline) {
     if (!Collect(static_cast<int>(options.pollInterval.count()))) break;
   }
-  SaveCursor(true);
+  SaveCursor(SaveWhen::kAtExit);
   link->Close(1000);
 }
 

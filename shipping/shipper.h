@@ -1,8 +1,8 @@
 // The shipper: follows the shared log and delivers every entry to a syslog collector as one
 // RFC 5424 message, at least once, and exactly once while nothing crashes.
 //
-// The log itself is the buffer. The shipper reads ahead at most one read of the log (about a
-// megabyte) plus the window of messages awaiting the collector's answer, so its memory stays
+// The log itself is the buffer. The shipper reads ahead at most one read of the log (256 KiB)
+// plus the window of messages awaiting the collector's answer, so its memory stays
 // bounded whatever the backlog. The cursor file records the position after the last entry the
 // collector has taken (RELP: answered; TCP: accepted by the socket); it is saved at most a second
 // after it moves, before more than one window of messages beyond it is sent, and at the end. A
@@ -33,7 +33,7 @@ struct ShipperOptions {
   bool once = false;     // ship up to the current end, then stop
   bool fromEnd = false;  // without a state file, start at the end instead of the oldest backup
   MessageContext context;
-  std::size_t window = 128;
+  std::size_t window = 4096;
   // How often the log is looked at when there is nothing new.
   std::chrono::milliseconds pollInterval{100};
 };

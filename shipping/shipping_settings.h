@@ -9,7 +9,7 @@
 //   Facility          0-23                                    (default 16, local0)
 //   StartAtEnd        1: a first start skips what is there    (default 0: from the oldest backup)
 //   EnterpriseNumber  N of the SD-ID "tavro@N"                (default 32473)
-//   WindowSize        RELP messages awaiting an answer, 1-1024 (default 128)
+//   WindowSize        RELP messages awaiting an answer, 1-16384 (default 4096)
 //
 // A key that is missing or unusable keeps its default. The destination is three keys rather than
 // one URL because a value in the configuration file ends at "//" (the rest is a comment); the
@@ -26,8 +26,8 @@ namespace Tavro_KVO_Util::shipping {
 constexpr char kDefaultProtocol[] = "relp";
 constexpr char kDefaultCollectorHost[] = "127.0.0.1";
 constexpr long kDefaultCollectorPort = 2514;
-constexpr std::size_t kDefaultWindow = 128;
-constexpr std::size_t kMaxWindow = 1024;
+constexpr std::size_t kDefaultWindow = 4096;
+constexpr std::size_t kMaxWindow = 16384;
 // The cursor file's name beside the log: the logger's rolling renames only "<log>.<number>" and
 // deletes only the highest of those, so it never touches this one.
 constexpr char kStateFileSuffix[] = ".ship-state";

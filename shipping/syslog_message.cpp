@@ -161,6 +161,15 @@ std::string FormatEntryMessage(std::string_view entry, const EntryTemplate& entr
   return message;
 }
 
+std::string_view MessageTimestamp(std::string_view message) {
+  const std::size_t start = message.find(' ');
+  if (start == std::string_view::npos) return {};
+  const std::size_t end = message.find(' ', start + 1);
+  if (end == std::string_view::npos) return {};
+  const std::string_view field = message.substr(start + 1, end - start - 1);
+  return field == "-" ? std::string_view() : field;
+}
+
 std::string FormatShipperMessage(int severity, std::string_view text, const MessageContext& context) {
   std::string message = Header(context.facility, severity, CurrentTimestamp(), context.hostname, "mvutil",
                                std::to_string(platform::CurrentProcessId()), "LogShipping");

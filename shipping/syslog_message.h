@@ -55,6 +55,10 @@ int SeverityOfLevel(std::optional<char> level);
 std::string FormatEntryMessage(std::string_view entry, const EntryTemplate& entryTemplate,
                                const MessageContext& context, std::string& timestamp);
 
+// The TIMESTAMP field of a message made by FormatEntryMessage or FormatShipperMessage (the
+// field after "<PRI>1 "), or empty when there is none.
+std::string_view MessageTimestamp(std::string_view message);
+
 // A message of the shipper itself (APP-NAME "mvutil", MSGID "LogShipping") at `severity`.
 std::string FormatShipperMessage(int severity, std::string_view text, const MessageContext& context);
 

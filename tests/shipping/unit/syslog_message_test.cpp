@@ -238,6 +238,26 @@ TEST_F(SyslogMessage, ShipperMessageIsFromMvutilAboutLogShipping) {
                                      " LogShipping " + kOrigin + " " + kBom + "3 entries lost");
 }
 
+TEST_F(SyslogMessage, MessageTimestampReadsBackTheTimestampOfAnEntrysMessage) {
+  const EntryTemplate entryTemplate(kDefaultTemplate, kBerlinZones);
+  std::string timestamp;
+  const std::string message = FormatEntryMessage(NoonEntry('I'), entryTemplate, Context(), timestamp);
+  EXPECT_EQ(MessageTimestamp(message), timestamp);
+  EXPECT_EQ(MessageTimestamp(message), JulyNoonTimestamp());
+}
+
+TEST_F(SyslogMessage, MessageTimestampReadsBackTheTimestampOfTheShippersOwnMessage) {
+  const std::string message = FormatShipperMessage(kSeverityWarning, "3 entries lost", Context());
+  EXPECT_EQ(MessageTimestamp(message), message.substr(7, message.find(' ', 7) - 7));
+}
+
+TEST(SyslogMessageTimestamp, NilOrMissingTimestampIsEmpty) {
+  EXPECT_EQ(MessageTimestamp("<134>1 - host app - - - text"), "");
+  EXPECT_EQ(MessageTimestamp("<134>1 2026-07-01T12:00:00.045+02:00"), "");
+  EXPECT_EQ(MessageTimestamp("<134>1"), "");
+  EXPECT_EQ(MessageTimestamp(""), "");
+}
+
 TEST(SyslogHeaderField, IsCutAtTheLimit) {
   EXPECT_EQ(HeaderField(std::string(60, 'a'), 48), std::string(48, 'a'));
   EXPECT_EQ(HeaderField(std::string(48, 'a'), 48), std::string(48, 'a'));
