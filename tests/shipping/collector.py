@@ -200,6 +200,13 @@ class Collector:
         proc.wait()
 
     @property
+    def pid(self) -> int:
+        """The rsyslogd's process id (it runs in the foreground, so this is rsyslogd itself)."""
+        if self._proc is None:
+            raise RuntimeError("collector not started")
+        return self._proc.pid
+
+    @property
     def running(self) -> bool:
         return self._proc is not None and self._proc.poll() is None
 
