@@ -88,6 +88,8 @@ build/bench/bin/config_bench --benchmark_min_time=0.01 >/dev/null
 build/bench/bin/logger_bench --benchmark_min_time=0.01 >/dev/null
 build/bench/bin/image_c_call_bench --smoke >/dev/null
 /usr/bin/python3 bench/image_ratios.py --smoke >/dev/null
+# mvutil ship against a private rsyslog: every measurement at tiny sizes (ship_writer from the host build).
+/usr/bin/python3 bench/ship_ratios.py --smoke >/dev/null
 
 # A crash, leak, hang or running out of memory fails.
 step "fuzz: ${TAVRO_FUZZ_SECONDS:-60} s per fuzzer"

@@ -27,6 +27,7 @@ constexpr milliseconds kFirstBackoff{500};
 constexpr milliseconds kLastBackoff{30000};
 constexpr milliseconds kSaveInterval{1000};
 constexpr milliseconds kGatherAnswers{1};
+constexpr std::size_t kGatherWhenInFlight = 512;
 constexpr int kConnectTimeoutMilliseconds = 5000;
 // At the end, how long the answers to what is in flight are waited for.
 constexpr milliseconds kDrainTime{5000};
@@ -150,10 +151,10 @@ ShipResult Shipper::Impl::Loop() {
         std::max(milliseconds(0), std::chrono::ceil<milliseconds>(nextLook - Clock::now()));
     milliseconds wait{0};
     if (WindowFull()) {
-      // With a quarter of the window or more in flight the collector has work enough for a
-      // while. A short pause lets its answers gather, so one read takes hundreds of them; woken
-      // for every few, the shipper and rsyslog spent about a third more CPU per message.
-      if (sent.size() * 4 >= options.window) std::this_thread::sleep_for(kGatherAnswers);
+      // With this many in flight the collector has a few milliseconds of work. A short pause
+      // lets its answers gather, so one read takes hundreds of them; woken for every few, the
+      // shipper and rsyslog spent about a third more CPU per message.
+      if (sent.size() >= kGatherWhenInFlight) std::this_thread::sleep_for(kGatherAnswers);
       wait = options.pollInterval;
     } else if (idle) {
       wait = std::min(untilLook, options.pollInterval);
