@@ -11,17 +11,12 @@
 #include <string>
 #include <string_view>
 
+#include "platform/byte_stream.h"
+
 namespace Tavro_KVO_Util::platform {
 
-class TcpConnection {
+class TcpConnection final : public ByteStream {
  public:
-  enum class ReceiveResult {
-    kData,     // bytes were appended
-    kTimeout,  // nothing arrived in time; the connection is still open
-    kClosed,   // the peer closed the connection; it is closed here too
-    kFailed,   // the connection broke; it is closed here too
-  };
-
   TcpConnection() = default;
   ~TcpConnection();
   TcpConnection(TcpConnection&& other) noexcept;
@@ -34,17 +29,12 @@ class TcpConnection {
   // a reason in `why` (the host unknown, refused, timed out).
   bool Connect(const std::string& host, std::uint16_t port, int timeoutMilliseconds, std::string& why);
 
-  bool IsOpen() const { return mSocket != kNoSocket; }
+  bool IsOpen() const override { return mSocket != kNoSocket; }
 
-  // Sends every byte, waiting at most `timeoutMilliseconds` for room. False with `why` when the
-  // connection broke or stayed full; the connection is then closed.
-  bool SendAll(std::string_view bytes, int timeoutMilliseconds, std::string& why);
-
-  // Waits at most `timeoutMilliseconds` (0: only looks) for bytes and appends at most `maxBytes`
-  // of what has arrived to `into`.
-  ReceiveResult Receive(std::string& into, std::size_t maxBytes, int timeoutMilliseconds, std::string& why);
-
-  void Close();
+  bool SendAll(std::string_view bytes, int timeoutMilliseconds, std::string& why) override;
+  ReceiveResult Receive(std::string& into, std::size_t maxBytes, int timeoutMilliseconds,
+                        std::string& why) override;
+  void Close() override;
 
  private:
   static constexpr std::intptr_t kNoSocket = -1;
