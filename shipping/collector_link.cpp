@@ -6,10 +6,11 @@
 namespace Tavro_KVO_Util::shipping {
 
 std::unique_ptr<CollectorLink> MakeCollectorLink(const Destination& destination,
+                                                 const platform::TlsFiles& tlsFiles,
                                                  std::string softwareVersion) {
   if (destination.protocol == Destination::Protocol::kTcp)
-    return std::make_unique<OctetCountedLink>(destination);
-  return std::make_unique<RelpLink>(destination, std::move(softwareVersion));
+    return std::make_unique<OctetCountedLink>(destination, tlsFiles);
+  return std::make_unique<RelpLink>(destination, tlsFiles, std::move(softwareVersion));
 }
 
 }  // namespace Tavro_KVO_Util::shipping

@@ -1,5 +1,7 @@
 // A connection to the syslog collector that tells which messages it has taken.
 //
+// Either runs over plain TCP or, for relp+tls:// and tls://, over TLS.
+//
 // RELP acknowledges each message: a message is taken when its "200" response arrives. Plain TCP
 // (octet-counted) has no acknowledgements: a message counts as taken once the socket accepted
 // it, so what was in flight when a connection broke may be lost (see the README).
@@ -14,6 +16,7 @@
 #include <string>
 #include <string_view>
 
+#include "platform/tls_connection.h"
 #include "shipping/destination.h"
 
 namespace Tavro_KVO_Util::shipping {
@@ -39,7 +42,10 @@ class CollectorLink {
   virtual void Close(int timeoutMilliseconds) = 0;
 };
 
-std::unique_ptr<CollectorLink> MakeCollectorLink(const Destination& destination, std::string softwareVersion);
+// The link for `destination`'s protocol; `tlsFiles` serve relp+tls:// and tls://.
+std::unique_ptr<CollectorLink> MakeCollectorLink(const Destination& destination,
+                                                 const platform::TlsFiles& tlsFiles,
+                                                 std::string softwareVersion);
 
 }  // namespace Tavro_KVO_Util::shipping
 

@@ -3,17 +3,30 @@
 namespace Tavro_KVO_Util::shipping {
 
 bool ParseDestination(const std::string& url, Destination& destination, std::string& why) {
-  why = "'" + url + "' is not relp://HOST:PORT or tcp://HOST:PORT";
+  why = "'" + url + "' is not relp://HOST:PORT, relp+tls://HOST:PORT, tls://HOST:PORT or tcp://HOST:PORT";
+  struct Scheme {
+    const char* prefix;
+    Destination::Protocol protocol;
+    bool tls;
+  };
+  static constexpr Scheme kSchemes[] = {
+      {"relp://", Destination::Protocol::kRelp, false},
+      {"relp+tls://", Destination::Protocol::kRelp, true},
+      {"tls://", Destination::Protocol::kTcp, true},
+      {"tcp://", Destination::Protocol::kTcp, false},
+  };
   std::string rest;
-  if (url.rfind("relp://", 0) == 0) {
-    destination.protocol = Destination::Protocol::kRelp;
-    rest = url.substr(7);
-  } else if (url.rfind("tcp://", 0) == 0) {
-    destination.protocol = Destination::Protocol::kTcp;
-    rest = url.substr(6);
-  } else {
-    return false;
+  bool known = false;
+  for (const Scheme& scheme : kSchemes) {
+    const std::string prefix = scheme.prefix;
+    if (url.rfind(prefix, 0) != 0) continue;
+    destination.protocol = scheme.protocol;
+    destination.tls = scheme.tls;
+    rest = url.substr(prefix.size());
+    known = true;
+    break;
   }
+  if (!known) return false;
   std::size_t colon = std::string::npos;
   if (!rest.empty() && rest[0] == '[') {
     const std::size_t close = rest.find(']');

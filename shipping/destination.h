@@ -1,6 +1,9 @@
-// Where the shipper sends: "relp://HOST:PORT" (acknowledged, the default) or "tcp://HOST:PORT"
-// (RFC 6587 octet-counted framing, unacknowledged). HOST is a name, an IPv4 address, or an IPv6
-// address in brackets ("relp://[::1]:2514").
+// Where the shipper sends:
+//   relp://HOST:PORT      RELP, acknowledged (the default)
+//   relp+tls://HOST:PORT  RELP inside TLS
+//   tls://HOST:PORT       syslog over TLS (RFC 5425): octet-counted framing, unacknowledged
+//   tcp://HOST:PORT       RFC 6587 octet-counted framing in clear text, unacknowledged
+// HOST is a name, an IPv4 address, or an IPv6 address in brackets ("relp://[::1]:2514").
 #ifndef TAVROMEDIVANEUTIL_SHIPPING_DESTINATION_H
 #define TAVROMEDIVANEUTIL_SHIPPING_DESTINATION_H
 
@@ -11,6 +14,7 @@ namespace Tavro_KVO_Util::shipping {
 
 struct Destination {
   enum class Protocol { kRelp, kTcp } protocol = Protocol::kRelp;
+  bool tls = false;  // the protocol runs inside TLS (relp+tls, tls)
   std::string host;
   std::uint16_t port = 0;
 };

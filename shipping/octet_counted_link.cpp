@@ -1,5 +1,7 @@
 #include "shipping/octet_counted_link.h"
 
+#include "shipping/collector_stream.h"
+
 namespace Tavro_KVO_Util::shipping {
 namespace {
 
@@ -14,11 +16,12 @@ bool OctetCountedLink::Open(int timeoutMilliseconds, std::string& why) {
   mHandedOver = 0;
   mGathered = 0;
   mOutgoing.clear();
-  return mConnection.Connect(mDestination.host, mDestination.port, timeoutMilliseconds, why);
+  mStream = ConnectToCollector(mDestination, mTlsFiles, timeoutMilliseconds, why);
+  return mStream != nullptr;
 }
 
 bool OctetCountedLink::Send(std::string_view message, std::string& why) {
-  if (!mConnection.IsOpen()) {
+  if (!IsOpen()) {
     why = "not connected";
     return false;
   }
@@ -31,7 +34,7 @@ bool OctetCountedLink::Send(std::string_view message, std::string& why) {
 
 bool OctetCountedLink::Flush(std::string& why) {
   if (mOutgoing.empty()) return true;
-  const bool sent = mConnection.SendAll(mOutgoing, kSendTimeoutMilliseconds, why);
+  const bool sent = mStream->SendAll(mOutgoing, kSendTimeoutMilliseconds, why);
   mOutgoing.clear();
   if (sent) mHandedOver += mGathered;
   mGathered = 0;
@@ -39,20 +42,26 @@ bool OctetCountedLink::Flush(std::string& why) {
 }
 
 bool OctetCountedLink::Collect(int timeoutMilliseconds, std::size_t& taken, std::string& why) {
+  if (!IsOpen()) {
+    why = "not connected";
+    return false;
+  }
   if (!Flush(why)) return false;
   taken += mHandedOver;
   mHandedOver = 0;
   // The collector sends nothing back; reading only tells whether it closed the connection.
   std::string ignored;
-  const auto result = mConnection.Receive(ignored, 4096, timeoutMilliseconds, why);
-  return result == platform::TcpConnection::ReceiveResult::kData ||
-         result == platform::TcpConnection::ReceiveResult::kTimeout;
+  const auto result = mStream->Receive(ignored, 4096, timeoutMilliseconds, why);
+  return result == platform::ByteStream::ReceiveResult::kData ||
+         result == platform::ByteStream::ReceiveResult::kTimeout;
 }
 
 void OctetCountedLink::Close(int /*timeoutMilliseconds*/) {
   std::string why;
+  if (!IsOpen()) return;
   Flush(why);  // nothing more can be done about a failure here; the connection is closed anyway
-  mConnection.Close();
+  mStream->Close();
+  mStream.reset();
 }
 
 }  // namespace Tavro_KVO_Util::shipping

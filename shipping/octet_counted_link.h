@@ -2,17 +2,21 @@
 #ifndef TAVROMEDIVANEUTIL_SHIPPING_OCTET_COUNTED_LINK_H
 #define TAVROMEDIVANEUTIL_SHIPPING_OCTET_COUNTED_LINK_H
 
-#include "platform/tcp_connection.h"
+#include <memory>
+
+#include "platform/byte_stream.h"
+#include "platform/tls_connection.h"
 #include "shipping/collector_link.h"
 
 namespace Tavro_KVO_Util::shipping {
 
 class OctetCountedLink : public CollectorLink {
  public:
-  explicit OctetCountedLink(Destination destination) : mDestination(std::move(destination)) {}
+  OctetCountedLink(Destination destination, platform::TlsFiles tlsFiles)
+      : mDestination(std::move(destination)), mTlsFiles(std::move(tlsFiles)) {}
 
   bool Open(int timeoutMilliseconds, std::string& why) override;
-  bool IsOpen() const override { return mConnection.IsOpen(); }
+  bool IsOpen() const override { return mStream && mStream->IsOpen(); }
   // Taken as soon as the socket accepted it.
   bool Send(std::string_view message, std::string& why) override;
   // Reports what was handed to the socket, and notices a collector that closed the connection.
@@ -24,10 +28,11 @@ class OctetCountedLink : public CollectorLink {
   bool Flush(std::string& why);
 
   Destination mDestination;
-  platform::TcpConnection mConnection;
-  std::string mOutgoing;        // frames gathered by Send
-  std::size_t mGathered = 0;    // messages in mOutgoing
-  std::size_t mHandedOver = 0;  // messages the socket accepted since the last Collect
+  platform::TlsFiles mTlsFiles;
+  std::unique_ptr<platform::ByteStream> mStream;  // TCP, or TLS over it
+  std::string mOutgoing;                          // frames gathered by Send
+  std::size_t mGathered = 0;                      // messages in mOutgoing
+  std::size_t mHandedOver = 0;                    // messages the socket accepted since the last Collect
 };
 
 }  // namespace Tavro_KVO_Util::shipping

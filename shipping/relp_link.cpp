@@ -3,6 +3,7 @@
 #include <chrono>
 
 #include "platform/stop_request.h"
+#include "shipping/collector_stream.h"
 #include "shipping/relp_frame.h"
 
 namespace Tavro_KVO_Util::shipping {
@@ -27,7 +28,8 @@ int MillisecondsLeft(Clock::time_point deadline) {
 }  // namespace
 
 void RelpLink::Drop() {
-  mConnection.Close();
+  if (mStream) mStream->Close();
+  mStream.reset();
   mReceived.clear();
   mOutgoing.clear();
   mSent.clear();
@@ -37,13 +39,15 @@ void RelpLink::Drop() {
 bool RelpLink::Open(int timeoutMilliseconds, std::string& why) {
   Drop();
   const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(timeoutMilliseconds);
-  if (!mConnection.Connect(mDestination.host, mDestination.port, timeoutMilliseconds, why)) return false;
+  mStream = ConnectToCollector(mDestination, mTlsFiles, timeoutMilliseconds, why);
+  if (!mStream) return false;
   mNextTxnr = 1;
   mOpenTxnr = mNextTxnr;
   const std::string offers =
       "relp_version=0\nrelp_software=mvutil," + mSoftwareVersion + ",-\ncommands=syslog";
-  if (!mConnection.SendAll(EncodeRelpFrame(mOpenTxnr, "open", offers), MillisecondsLeft(deadline), why)) {
+  if (!mStream->SendAll(EncodeRelpFrame(mOpenTxnr, "open", offers), MillisecondsLeft(deadline), why)) {
     Drop();
+    ExplainEarlyEnd(why);
     return false;
   }
   mNextTxnr = NextRelpTxnr(mNextTxnr);
@@ -54,13 +58,24 @@ bool RelpLink::Open(int timeoutMilliseconds, std::string& why) {
       Drop();
       return false;
     }
-    if (!ReadResponses(left, why)) return false;
+    if (!ReadResponses(left, why)) {
+      ExplainEarlyEnd(why);
+      return false;
+    }
   }
   return true;
 }
 
+// With TLS 1.3 a server that wants a client certificate and got none ends the session only after
+// the handshake, so its refusal shows as a session that breaks before the open is answered.
+void RelpLink::ExplainEarlyEnd(std::string& why) const {
+  if (!mDestination.tls || !mTlsFiles.certificate.empty()) return;
+  why = "the collector ended the TLS session before answering the RELP open (" + why + "); " +
+        platform::kClientCertificateHint;
+}
+
 bool RelpLink::Send(std::string_view message, std::string& why) {
-  if (!mConnection.IsOpen()) {
+  if (!IsOpen()) {
     why = "not connected";
     return false;
   }
@@ -72,7 +87,7 @@ bool RelpLink::Send(std::string_view message, std::string& why) {
 
 bool RelpLink::Flush(std::string& why) {
   if (mOutgoing.empty()) return true;
-  if (!mConnection.SendAll(mOutgoing, kSendTimeoutMilliseconds, why)) {
+  if (!mStream->SendAll(mOutgoing, kSendTimeoutMilliseconds, why)) {
     Drop();
     return false;
   }
@@ -92,12 +107,12 @@ bool RelpLink::Collect(int timeoutMilliseconds, std::size_t& taken, std::string&
 }
 
 bool RelpLink::ReadResponses(int timeoutMilliseconds, std::string& why) {
-  if (!mConnection.IsOpen()) {
+  if (!IsOpen()) {
     why = "not connected";
     return false;
   }
-  using Result = platform::TcpConnection::ReceiveResult;
-  const Result result = mConnection.Receive(mReceived, kReadSize, timeoutMilliseconds, why);
+  using Result = platform::ByteStream::ReceiveResult;
+  const Result result = mStream->Receive(mReceived, kReadSize, timeoutMilliseconds, why);
   if (result == Result::kClosed || result == Result::kFailed) {
     Drop();
     return false;
@@ -158,17 +173,17 @@ bool RelpLink::Handle(const RelpFrame& frame, std::string& why) {
 }
 
 void RelpLink::Close(int timeoutMilliseconds) {
-  if (mConnection.IsOpen()) {
+  if (IsOpen()) {
     std::string why;
     const std::uint32_t closeTxnr = mNextTxnr;
     AppendRelpFrame(closeTxnr, "close", "", mOutgoing);
-    if (mConnection.SendAll(mOutgoing, timeoutMilliseconds, why)) {
+    if (mStream->SendAll(mOutgoing, timeoutMilliseconds, why)) {
       // The answer is awaited so that the collector ends the session cleanly; nothing depends on it.
       const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(timeoutMilliseconds);
       std::string bytes;
       while (MillisecondsLeft(deadline) > 0 &&
-             mConnection.Receive(bytes, kReadSize, MillisecondsLeft(deadline), why) ==
-                 platform::TcpConnection::ReceiveResult::kData) {
+             mStream->Receive(bytes, kReadSize, MillisecondsLeft(deadline), why) ==
+                 platform::ByteStream::ReceiveResult::kData) {
         if (bytes.find('\n') != std::string::npos) break;
       }
     }

@@ -6,7 +6,10 @@
 #include <cstdint>
 #include <deque>
 
-#include "platform/tcp_connection.h"
+#include <memory>
+
+#include "platform/byte_stream.h"
+#include "platform/tls_connection.h"
 #include "shipping/collector_link.h"
 #include "shipping/relp_frame.h"
 
@@ -14,11 +17,13 @@ namespace Tavro_KVO_Util::shipping {
 
 class RelpLink : public CollectorLink {
  public:
-  RelpLink(Destination destination, std::string softwareVersion)
-      : mDestination(std::move(destination)), mSoftwareVersion(std::move(softwareVersion)) {}
+  RelpLink(Destination destination, platform::TlsFiles tlsFiles, std::string softwareVersion)
+      : mDestination(std::move(destination)),
+        mSoftwareVersion(std::move(softwareVersion)),
+        mTlsFiles(std::move(tlsFiles)) {}
 
   bool Open(int timeoutMilliseconds, std::string& why) override;
-  bool IsOpen() const override { return mConnection.IsOpen(); }
+  bool IsOpen() const override { return mStream && mStream->IsOpen(); }
   bool Send(std::string_view message, std::string& why) override;
   bool Collect(int timeoutMilliseconds, std::size_t& taken, std::string& why) override;
   void Close(int timeoutMilliseconds) override;
@@ -35,12 +40,15 @@ class RelpLink : public CollectorLink {
   // Sends the gathered frames. False with `why`, the connection then dropped.
   bool Flush(std::string& why);
   void Drop();
+  // Says why a TLS session may end before the open is answered.
+  void ExplainEarlyEnd(std::string& why) const;
 
   Destination mDestination;
   std::string mSoftwareVersion;
-  platform::TcpConnection mConnection;
-  std::string mReceived;  // bytes of frames not yet whole
-  std::string mOutgoing;  // frames gathered by Send, not yet handed to the socket
+  platform::TlsFiles mTlsFiles;
+  std::unique_ptr<platform::ByteStream> mStream;  // TCP, or TLS over it
+  std::string mReceived;                          // bytes of frames not yet whole
+  std::string mOutgoing;                          // frames gathered by Send, not yet handed to the socket
   std::uint32_t mNextTxnr = 1;
   std::uint32_t mOpenTxnr = 0;  // the "open" waiting for its answer, or 0
   std::deque<Sent> mSent;       // "syslog" frames not yet taken, oldest first

@@ -58,7 +58,7 @@ struct Shipper::Impl {
         filter(options.format, std::nullopt, std::nullopt),
         watcher(options.logFile, options.maxBackups, filter, mvutil::LogWatcher::WhenLost::kOldestFile),
         entryTemplate(options.format, platform::LocalZoneNames()),
-        link(MakeCollectorLink(options.destination, options.context.softwareVersion)) {}
+        link(MakeCollectorLink(options.destination, options.tlsFiles, options.context.softwareVersion)) {}
 
   void Start();
   ShipResult Loop();

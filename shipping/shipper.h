@@ -19,6 +19,7 @@
 #include <iosfwd>
 #include <string>
 
+#include "platform/tls_connection.h"
 #include "shipping/destination.h"
 #include "shipping/syslog_message.h"
 
@@ -26,6 +27,7 @@ namespace Tavro_KVO_Util::shipping {
 
 struct ShipperOptions {
   Destination destination;
+  platform::TlsFiles tlsFiles;    // for relp+tls:// and tls://
   std::filesystem::path logFile;  // the current log; backups are logFile.1 ... logFile.N
   long maxBackups = 5;
   std::wstring format;  // the entry template

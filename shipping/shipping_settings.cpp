@@ -40,8 +40,11 @@ ShippingSettings ReadShippingSettings() {
   // An IPv6 address goes in brackets, as in any URL.
   const bool bare6 = host.find(':') != std::string::npos && host.front() != '[';
   settings.destination = protocol + "://" + (bare6 ? "[" + host + "]" : host) + ":" + std::to_string(port);
-  std::string state;
-  if (ReadText(config, L"StateFile", state)) settings.stateFile = std::filesystem::u8path(state);
+  std::string path;
+  if (ReadText(config, L"CaFile", path)) settings.caFile = std::filesystem::u8path(path);
+  if (ReadText(config, L"CertFile", path)) settings.certFile = std::filesystem::u8path(path);
+  if (ReadText(config, L"KeyFile", path)) settings.keyFile = std::filesystem::u8path(path);
+  if (ReadText(config, L"StateFile", path)) settings.stateFile = std::filesystem::u8path(path);
   ReadText(config, L"Hostname", settings.hostname);
   long number = 0;
   if (ReadNumber(config, L"Facility", number) && IsFacility(number))

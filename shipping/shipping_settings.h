@@ -1,9 +1,12 @@
 // The shipper's settings in the shared configuration file, under
 // "/Tavro/MedivaneSDK/LogShipping/". The command line overrides each of them.
 //
-//   Protocol          relp or tcp                              (default relp)
+//   Protocol          relp, relp+tls, tls or tcp               (default relp)
 //   CollectorHost     the collector's name or address          (default 127.0.0.1)
 //   CollectorPort     1-65535                                  (default 2514)
+//   CaFile            TLS: the certificate authority, PEM      (no default; TLS needs it)
+//   CertFile          TLS: the client certificate, PEM        (default: none)
+//   KeyFile           TLS: the client certificate's key, PEM  (default: none)
 //   StateFile         the cursor file                         (default: beside the log, see below)
 //   Hostname          HOSTNAME of every message               (default: the computer's name)
 //   Facility          0-23                                    (default 16, local0)
@@ -34,6 +37,9 @@ constexpr char kStateFileSuffix[] = ".ship-state";
 
 struct ShippingSettings {
   std::string destination;          // the URL the three keys make
+  std::filesystem::path caFile;     // empty: none
+  std::filesystem::path certFile;   // empty: none
+  std::filesystem::path keyFile;    // empty: none
   std::filesystem::path stateFile;  // empty: the log's path with kStateFileSuffix
   std::string hostname;             // empty: the computer's name
   int facility = 16;

@@ -16,7 +16,10 @@ TEST_F(MvutilShip, AUrlOfAnotherFormIsAWrongCommandLine) {
                                 "relp://127.0.0.1:65536", "tcp://:514", "relp://[::1]514", "tcp://h:514/x"}) {
     const Result result = Run({"ship", "--once", "--to", url});
     EXPECT_EQ(result.code, 2) << url;
-    EXPECT_EQ(result.err, "mvutil ship: '" + url + "' is not relp://HOST:PORT or tcp://HOST:PORT\n") << url;
+    EXPECT_EQ(result.err,
+              "mvutil ship: '" + url +
+                  "' is not relp://HOST:PORT, relp+tls://HOST:PORT, tls://HOST:PORT or tcp://HOST:PORT\n")
+        << url;
   }
 }
 
@@ -35,6 +38,43 @@ TEST_F(MvutilShip, AMissingValueOrAnUnknownOptionIsAWrongCommandLine) {
   result = Run({"ship", "--fast"});
   EXPECT_EQ(result.code, 2);
   EXPECT_EQ(result.err, "mvutil ship: unexpected argument '--fast'; see 'mvutil ship --help'\n");
+}
+
+TEST_F(MvutilShip, TlsWithoutTheAuthorityIsAWrongCommandLine) {
+  for (const std::string url : {"relp+tls://127.0.0.1:2515", "tls://localhost:6514"}) {
+    const Result result = Run({"ship", "--once", "--to", url});
+    EXPECT_EQ(result.code, 2) << url;
+    EXPECT_EQ(
+        result.err,
+        "mvutil ship: TLS needs the certificate authority that signed the collector's certificate: --ca "
+        "FILE (key CaFile)\n")
+        << url;
+  }
+}
+
+TEST_F(MvutilShip, ACertificateWithoutItsKeyOrAKeyWithoutItsCertificateIsAWrongCommandLine) {
+  const std::string both =
+      "mvutil ship: a client certificate needs both --cert FILE and --key FILE (keys CertFile "
+      "and KeyFile)\n";
+  Result result = Run({"ship", "--once", "--to", "tls://h:6514", "--ca", "ca.pem", "--cert", "client.pem"});
+  EXPECT_EQ(result.code, 2);
+  EXPECT_EQ(result.err, both);
+  result = Run({"ship", "--once", "--to", "tls://h:6514", "--ca", "ca.pem", "--key", "client-key.pem"});
+  EXPECT_EQ(result.code, 2);
+  EXPECT_EQ(result.err, both);
+}
+
+TEST_F(MvutilShip, AnUnreadableAuthorityFileExitsOneAndNamesTheFile) {
+  Write(L"Ward", 4, L"waiting");
+  const std::string state = LogFile().string() + ".state";
+  const std::string authority = LogFile().string() + ".no-such-ca.pem";
+  const Result result =
+      Run({"ship", "--once", "--to", "tls://127.0.0.1:1", "--ca", authority, "--state", state});
+  EXPECT_EQ(result.code, 1);
+  EXPECT_EQ(
+      result.err.rfind("mvutil ship: cannot read the certificate authority from " + authority + ": ", 0), 0u)
+      << result.err;
+  EXPECT_FALSE(std::filesystem::exists(state));
 }
 
 TEST_F(MvutilShip, OnceWithNoCollectorListeningExitsOneAndWritesNoStateFile) {

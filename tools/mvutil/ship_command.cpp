@@ -1,5 +1,6 @@
 #include "ship_command.h"
 
+#include <filesystem>
 #include <optional>
 #include <ostream>
 
@@ -14,14 +15,19 @@ namespace mvutil {
 namespace shipping = Tavro_KVO_Util::shipping;
 
 const char kShipUsage[] =
-    "Usage: mvutil ship [--to URL] [--state FILE] [--once] [--from-end] [--hostname NAME]\n"
-    "                   [--facility N]\n"
+    "Usage: mvutil ship [--to URL] [--ca FILE] [--cert FILE --key FILE] [--state FILE] [--once]\n"
+    "                   [--from-end] [--hostname NAME] [--facility N]\n"
     "Sends every entry of the shared log to a syslog collector as one RFC 5424 message, following\n"
     "the log across rolls, until stopped (Ctrl+C, SIGTERM). Each option's default is the key of the\n"
     "same meaning under /Tavro/MedivaneSDK/LogShipping/ in the shared configuration file.\n\n"
-    "  --to URL         relp://HOST:PORT (acknowledged; the reliable choice) or tcp://HOST:PORT\n"
+    "  --to URL         relp://HOST:PORT (acknowledged; the reliable choice), relp+tls://HOST:PORT\n"
+    "                   (the same inside TLS), tls://HOST:PORT (RFC 5425) or tcp://HOST:PORT\n"
     "                   (octet-counted, unacknowledged) (keys Protocol, CollectorHost and\n"
     "                   CollectorPort, default relp://127.0.0.1:2514)\n"
+    "  --ca FILE        TLS: the certificate authority (PEM) the collector's certificate must\n"
+    "                   lead to; its name must match HOST (key CaFile)\n"
+    "  --cert FILE      TLS: a client certificate (PEM) to present (key CertFile)\n"
+    "  --key FILE       TLS: its private key (PEM, unencrypted) (key KeyFile)\n"
     "  --state FILE     the cursor file: how far the collector has taken the log (key StateFile,\n"
     "                   default: the log's path followed by .ship-state)\n"
     "  --once           ship up to the current end, wait for every answer, save the cursor, exit\n"
@@ -37,6 +43,9 @@ namespace {
 
 struct ShipArgs {
   std::optional<std::string> to;
+  std::optional<std::string> ca;
+  std::optional<std::string> cert;
+  std::optional<std::string> key;
   std::optional<std::string> state;
   std::optional<std::string> hostname;
   std::optional<long> facility;
@@ -54,7 +63,8 @@ bool ParseFacility(const std::string& text, long& facility) {
 bool ParseShipArgs(const Args& args, ShipArgs& parsed, std::ostream& err) {
   for (std::size_t i = 0; i < args.size(); ++i) {
     const std::string& arg = args[i];
-    const bool takesValue = arg == "--to" || arg == "--state" || arg == "--hostname" || arg == "--facility";
+    const bool takesValue = arg == "--to" || arg == "--ca" || arg == "--cert" || arg == "--key" ||
+                            arg == "--state" || arg == "--hostname" || arg == "--facility";
     if (takesValue && i + 1 >= args.size()) {
       err << "mvutil ship: " << arg << " needs a value; see 'mvutil ship --help'\n";
       return false;
@@ -65,6 +75,12 @@ bool ParseShipArgs(const Args& args, ShipArgs& parsed, std::ostream& err) {
       parsed.fromEnd = true;
     } else if (arg == "--to") {
       parsed.to = args[++i];
+    } else if (arg == "--ca") {
+      parsed.ca = args[++i];
+    } else if (arg == "--cert") {
+      parsed.cert = args[++i];
+    } else if (arg == "--key") {
+      parsed.key = args[++i];
     } else if (arg == "--state") {
       parsed.state = args[++i];
     } else if (arg == "--hostname") {
@@ -96,6 +112,22 @@ int RunShipCommand(const Args& args, Io& io) {
   std::string why;
   if (!shipping::ParseDestination(parsed.to.value_or(settings.destination), options.destination, why)) {
     io.err << "mvutil ship: " << why << "\n";
+    return kExitUsage;
+  }
+  const auto path = [](const std::optional<std::string>& given, const std::filesystem::path& fallback) {
+    return given ? std::filesystem::u8path(*given) : fallback;
+  };
+  options.tlsFiles.authority = path(parsed.ca, settings.caFile);
+  options.tlsFiles.certificate = path(parsed.cert, settings.certFile);
+  options.tlsFiles.key = path(parsed.key, settings.keyFile);
+  if (options.destination.tls && options.tlsFiles.authority.empty()) {
+    io.err << "mvutil ship: TLS needs the certificate authority that signed the collector's certificate: "
+              "--ca FILE (key CaFile)\n";
+    return kExitUsage;
+  }
+  if (options.tlsFiles.certificate.empty() != options.tlsFiles.key.empty()) {
+    io.err << "mvutil ship: a client certificate needs both --cert FILE and --key FILE (keys CertFile and "
+              "KeyFile)\n";
     return kExitUsage;
   }
   options.logFile = log.file;

@@ -1,4 +1,4 @@
-// The collector's address as the user gives it: the two schemes, the three kinds of host, and
+// The collector's address as the user gives it: the four schemes, the three kinds of host, and
 // everything else refused with the same reason.
 #include "shipping/destination.h"
 
@@ -9,16 +9,40 @@
 namespace Tavro_KVO_Util::shipping {
 namespace {
 
-std::string Why(const std::string& url) { return "'" + url + "' is not relp://HOST:PORT or tcp://HOST:PORT"; }
+std::string Why(const std::string& url) {
+  return "'" + url + "' is not relp://HOST:PORT, relp+tls://HOST:PORT, tls://HOST:PORT or tcp://HOST:PORT";
+}
 
 TEST(Destination, RelpUrlGivesHostAndPort) {
   Destination destination;
   std::string why = "left over";
   ASSERT_TRUE(ParseDestination("relp://collector.ward.example:2514", destination, why));
   EXPECT_EQ(destination.protocol, Destination::Protocol::kRelp);
+  EXPECT_FALSE(destination.tls);
   EXPECT_EQ(destination.host, "collector.ward.example");
   EXPECT_EQ(destination.port, 2514);
   EXPECT_EQ(why, "");
+}
+
+TEST(Destination, RelpOverTlsUrlGivesRelpWithTls) {
+  Destination destination;
+  std::string why = "left over";
+  ASSERT_TRUE(ParseDestination("relp+tls://collector.ward.example:2515", destination, why));
+  EXPECT_EQ(destination.protocol, Destination::Protocol::kRelp);
+  EXPECT_TRUE(destination.tls);
+  EXPECT_EQ(destination.host, "collector.ward.example");
+  EXPECT_EQ(destination.port, 2515);
+  EXPECT_EQ(why, "");
+}
+
+TEST(Destination, TlsUrlGivesOctetCountedSyslogWithTls) {
+  Destination destination;
+  std::string why;
+  ASSERT_TRUE(ParseDestination("tls://[::1]:6514", destination, why));
+  EXPECT_EQ(destination.protocol, Destination::Protocol::kTcp);
+  EXPECT_TRUE(destination.tls);
+  EXPECT_EQ(destination.host, "::1");
+  EXPECT_EQ(destination.port, 6514);
 }
 
 TEST(Destination, TcpUrlGivesHostAndPort) {
@@ -26,6 +50,7 @@ TEST(Destination, TcpUrlGivesHostAndPort) {
   std::string why;
   ASSERT_TRUE(ParseDestination("tcp://10.0.0.5:514", destination, why));
   EXPECT_EQ(destination.protocol, Destination::Protocol::kTcp);
+  EXPECT_FALSE(destination.tls);
   EXPECT_EQ(destination.host, "10.0.0.5");
   EXPECT_EQ(destination.port, 514);
   EXPECT_EQ(why, "");
@@ -57,6 +82,9 @@ TEST(Destination, AnythingElseIsRefusedWithTheUrlInTheReason) {
   for (const char* url : {
            "http://x:1",        // another scheme
            "relp:/host:514",    // not quite the scheme
+           "relps://host:514",  // not a scheme of ours
+           "tls+relp://h:514",  // the parts the wrong way round
+           "TLS://h:514",       // schemes are lower case
            "relp://host",       // no port
            "relp://host:",      // empty port
            "relp://:514",       // no host
