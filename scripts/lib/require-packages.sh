@@ -23,10 +23,11 @@ require_packages() {
 # with its tools (parec), which the sound tests play to and record from.
 WINDOWS_BUILD_PACKAGES=(cmake ninja-build g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 wine64 googletest
                         python3-pil pulseaudio pulseaudio-utils)
-# What the Linux builds, tests, fuzzers and benchmarks add; rsyslog with its RELP input is the
-# collector the log shipper's tests send to.
+# What the Linux builds, tests, fuzzers and benchmarks add; rsyslog with its RELP input and its
+# GnuTLS driver is the collector the log shipper's tests send to, GnuTLS (library and certtool)
+# its TLS and the tests' certificates.
 HOST_TEST_PACKAGES=(g++ clang libclang-rt-14-dev googletest libbenchmark-dev zlib1g-dev
                     libinih-dev liblog4cplus-dev pkgconf python3 libvips-dev python3-pil imagemagick
                     libcanberra-dev libcanberra-pulse pulseaudio pulseaudio-utils
                     python3-pytest python3-setuptools python3-wheel python3-venv python3-pip
-                    rsyslog rsyslog-relp)
+                    rsyslog rsyslog-relp rsyslog-gnutls libgnutls28-dev gnutls-bin)

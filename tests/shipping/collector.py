@@ -30,6 +30,7 @@ from __future__ import annotations
 
 import argparse
 import atexit
+import dataclasses
 import json
 import os
 import pathlib
@@ -105,15 +106,26 @@ def _quote(value: str) -> str:
     return '"' + value.replace("\\", "\\\\").replace('"', '\\"') + '"'
 
 
+@dataclasses.dataclass
+class TlsListeners:
+    """The collector's side of TLS: the authority it trusts for clients, and its own pair."""
+    authority: pathlib.Path
+    certificate: pathlib.Path
+    key: pathlib.Path
+
+
 class Collector:
     """brief=True records only "received" and "msg" per message: for a benchmark that sends
     millions of messages, the full record would make the receiver's own work and disk writes a
     large part of what is measured. messages() needs the full record; receptions() and count()
     work either way."""
 
-    def __init__(self, workdir: pathlib.Path, brief: bool = False):
+    def __init__(self, workdir: pathlib.Path, brief: bool = False, tls: "TlsListeners | None" = None):
         self.workdir = pathlib.Path(workdir).resolve()
         self.brief = brief
+        # With TLS, two more listeners: RELP over TLS (relp_tls_port) and RFC 5425 (tls_port).
+        # May be changed between stop() and start(), to present another certificate.
+        self.tls = tls
         self.conf_path = self.workdir / "rsyslog.conf"
         self.spool_dir = self.workdir / "spool"
         self.pid_path = self.workdir / "rsyslogd.pid"
@@ -124,6 +136,8 @@ class Collector:
         self.internal_log_path = self.workdir / "rsyslogd-internal.log"
         self.relp_port = 0
         self.tcp_port = 0
+        self.relp_tls_port = 0
+        self.tls_port = 0
         self._proc: subprocess.Popen | None = None
         # count()'s progress through the output file, so each call reads only what is new.
         self._counted_bytes = 0
@@ -137,10 +151,10 @@ class Collector:
         self.workdir.mkdir(parents=True, exist_ok=True)
         self.spool_dir.mkdir(exist_ok=True)
         if not self.relp_port:
-            self.relp_port = _free_loopback_port()
-            self.tcp_port = _free_loopback_port()
-            while self.tcp_port == self.relp_port:
-                self.tcp_port = _free_loopback_port()
+            ports: set[int] = set()
+            while len(ports) < 4:
+                ports.add(_free_loopback_port())
+            self.relp_port, self.tcp_port, self.relp_tls_port, self.tls_port = sorted(ports)
         # A stale pid file whose number now belongs to another process makes rsyslogd refuse to run.
         self.pid_path.unlink(missing_ok=True)
         self._drop_partial_line()
@@ -163,6 +177,8 @@ class Collector:
 
         deadline = time.monotonic() + timeout
         wanted = {self.relp_port, self.tcp_port}
+        if self.tls:
+            wanted |= {self.relp_tls_port, self.tls_port}
         while True:
             if self._proc.poll() is not None:
                 code = self._proc.returncode
@@ -366,8 +382,25 @@ input(type="imtcp" address="127.0.0.1" port="{self.tcp_port}" ruleset="collect"
 input(type="imrelp" address="127.0.0.1" port="{self.relp_port}" ruleset="collect"
       tls="off" maxDataSize="{MAX_MESSAGE_SIZE}")
 
+{self._tls_inputs()}
 # Everything not from our listeners is rsyslog talking about itself.
 action(type="omfile" file={_quote(str(self.internal_log_path))})
+"""
+
+    def _tls_inputs(self) -> str:
+        if not self.tls:
+            return ""
+        ca, cert, key = (_quote(str(path)) for path in (self.tls.authority, self.tls.certificate, self.tls.key))
+        return f"""\
+# RELP over TLS asks every client for a certificate signed by the authority (certvalid).
+input(type="imrelp" address="127.0.0.1" port="{self.relp_tls_port}" ruleset="collect"
+      maxDataSize="{MAX_MESSAGE_SIZE}" tls="on" tls.caCert={ca} tls.myCert={cert} tls.myPrivKey={key}
+      tls.authMode="certvalid")
+# RFC 5425 through the GnuTLS driver in anon mode: any client, with or without a certificate.
+input(type="imtcp" address="127.0.0.1" port="{self.tls_port}" ruleset="collect"
+      ratelimit.interval="0" maxFrameSize="200000" streamDriver.name="gtls" streamDriver.mode="1"
+      streamDriver.authMode="anon" streamDriver.CAFile={ca} streamDriver.CertFile={cert}
+      streamDriver.KeyFile={key})
 """
 
 

@@ -25,7 +25,8 @@ import tempfile
 import time
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
-from collector import Collector  # noqa: E402
+from certificates import Certificates, make_certificates  # noqa: E402
+from collector import Collector, TlsListeners  # noqa: E402
 
 BOM = "\ufeff"
 ENTRY_TAG = re.compile(r"(w\d+)-(\d{5})$")
@@ -358,7 +359,7 @@ def bad_input(root, args, collector):
     for url in ["http://127.0.0.1:1", "relp://127.0.0.1", "relp://127.0.0.1:0", "tcp://:514"]:
         result = tablet.ship("--once", "--to", url)
         check(result.returncode == 2, f"{url}: exit {result.returncode}")
-        check(f"mvutil ship: '{url}' is not relp://HOST:PORT or tcp://HOST:PORT" in result.stderr,
+        check(f"mvutil ship: '{url}' is not relp://HOST:PORT, relp+tls://HOST:PORT, tls://HOST:PORT or tcp://HOST:PORT" in result.stderr,
               f"{url}: {result.stderr!r}")
     # A port nobody listens on: the collector's own, while it is stopped.
     collector.stop()
@@ -376,6 +377,91 @@ def bad_input(root, args, collector):
     check([m["msg"][-3:] for m in collector.messages()] == ["one", "two"], "after a damaged state file")
 
 
+def tls_options(tablet: Tablet, certs: Certificates, client: bool = True) -> list[str]:
+    options = ["--ca", tablet.seen(certs.authority)]
+    if client:
+        options += ["--cert", tablet.seen(certs.client.certificate), "--key", tablet.seen(certs.client.key)]
+    return options
+
+
+def over_tls(root, args, collector, writers=2, entries=300):
+    """The same entries over RELP inside TLS (with a client certificate, which rsyslog's imrelp
+    asks for) and over RFC 5425 (without one: imtcp's anon mode takes any client), each exactly
+    once, the server verified by name and by address."""
+    certs = args.certificates
+    tablet = Tablet(root, args, collector, max_size=1 << 20)  # no roll: every entry stays on disk
+    wait_all(tablet.writers(writers, entries, interval_us=0))
+    runs = [("relp+tls", f"relp+tls://localhost:{collector.relp_tls_port}", True, "imrelp"),
+            ("tls", f"tls://127.0.0.1:{collector.tls_port}", False, "imtcp")]
+    for name, url, client, listener in runs:
+        before = len(writer_messages(collector))
+        state = tablet.seen(root / f"{name}.ship-state")
+        result = tablet.ship("--once", "--to", url, "--state", state, *tls_options(tablet, certs, client))
+        check(result.returncode == 0, f"{name}: exit {result.returncode} {result.stderr!r}")
+        check(result.stderr == "", f"{name}: said {result.stderr!r}")
+        messages = wait_for_writers_after(collector, before, writers * entries, timeout=30)
+        check_every_entry(tags(messages), writers, entries, exactly_once=True)
+        inputs = {m["input"] for m in messages}
+        check(inputs == {listener}, f"{name}: received through {inputs}, expected {listener}")
+        check_writer_fields(messages[0])
+        print(f"{name}: {len(messages)} entries exactly once")
+
+
+def wait_for_writers_after(collector: Collector, before: int, expected: int, timeout: float) -> list[dict]:
+    deadline = time.monotonic() + timeout
+    while True:
+        messages = writer_messages(collector)[before:]
+        if len(messages) >= expected or time.monotonic() > deadline:
+            return messages
+        time.sleep(0.1)
+
+
+def tls_refused(root, args, collector):
+    """A collector whose certificate does not verify gets nothing: exit 1 with the reason, the
+    cursor as it was. So does RELP over TLS without the client certificate the collector asks for."""
+    certs = args.certificates
+    tablet = Tablet(root, args, collector)
+    tablet.write_raw(["I 2026-01-15 08:00:00.500 UTC Bed {C:\\x.exe-1} before"])
+    relp = f"relp+tls://localhost:{collector.relp_tls_port}"
+    result = tablet.ship("--once", "--to", relp, *tls_options(tablet, certs))
+    check(result.returncode == 0, f"the good certificate: exit {result.returncode} {result.stderr!r}")
+    cursor = tablet.state.read_bytes()
+    tablet.write_raw(["I 2026-01-15 08:00:01.500 UTC Bed {C:\\x.exe-1} after"])
+    received = len(collector.messages())
+
+    def refused(what: str, url: str, options: list[str], reason: str) -> None:
+        result = tablet.ship("--once", "--to", url, *options)
+        check(result.returncode == 1, f"{what}: exit {result.returncode} {result.stderr!r}")
+        check(reason in result.stderr, f"{what}: {result.stderr!r} does not say {reason!r}")
+        check(len(collector.messages()) == received, f"{what}: the collector received something")
+        check(tablet.state.read_bytes() == cursor, f"{what}: the cursor moved")
+        print(f"refused, {what}: {result.stderr.strip()}")
+
+    refused("relp+tls without a client certificate", relp, tls_options(tablet, certs, client=False),
+            "; a collector that wants a client certificate ends the session when none is given: "
+            "use --cert and --key")
+    authority = tablet.seen(certs.authority)
+    cases = [("self-signed", certs.self_signed, f"it is not signed by the certificate authority in {authority}"),
+             ("another host's name", certs.wrong_name, "it was issued for another host name"),
+             ("expired", certs.expired, "it has expired")]
+    for what, pair, reason in cases:
+        collector.stop()
+        collector.tls = TlsListeners(certs.authority, pair.certificate, pair.key)
+        collector.start()
+        for scheme, port in (("relp+tls", collector.relp_tls_port), ("tls", collector.tls_port)):
+            refused(f"{what} over {scheme}", f"{scheme}://localhost:{port}", tls_options(tablet, certs),
+                    f"the certificate of localhost:{port} does not verify: {reason}")
+    collector.stop()
+    collector.tls = TlsListeners(certs.authority, certs.server.certificate, certs.server.key)
+    collector.start()
+    result = tablet.ship("--once", "--to", relp, *tls_options(tablet, certs))
+    check(result.returncode == 0, f"the good certificate again: exit {result.returncode} {result.stderr!r}")
+    last_words = [m["msg"].rsplit(" ", 1)[-1] for m in collector.messages()]
+    check(last_words == ["before", "after"], f"after the refusals: {last_words}")
+
+
+TLS_SCENARIOS = {"tls", "tls-refused"}
+
 SCENARIOS = {
     "live": live_through_rolls,
     "killed": killed,
@@ -385,6 +471,8 @@ SCENARIOS = {
     "hostile": hostile,
     "mapping": mapping,
     "bad-input": bad_input,
+    "tls": over_tls,
+    "tls-refused": tls_refused,
     "live-reduced": lambda root, args, collector: live_through_rolls(root, args, collector, writers=2,
                                                                       entries=600),
 }
@@ -401,7 +489,10 @@ def main() -> int:
     parser.add_argument("scenario", choices=sorted(SCENARIOS))
     args = parser.parse_args()
     root = pathlib.Path(tempfile.mkdtemp(prefix=f"ship-{args.scenario}-"))
-    collector = Collector(root / "collector")
+    args.certificates = make_certificates(root / "certificates") if args.scenario in TLS_SCENARIOS else None
+    listeners = (TlsListeners(args.certificates.authority, args.certificates.server.certificate,
+                              args.certificates.server.key) if args.certificates else None)
+    collector = Collector(root / "collector", tls=listeners)
     try:
         collector.start()
         SCENARIOS[args.scenario](root / "tablet", args, collector)
