@@ -25,9 +25,11 @@ WINDOWS_BUILD_PACKAGES=(cmake ninja-build g++-mingw-w64-x86-64-posix binutils-mi
                         python3-pil pulseaudio pulseaudio-utils)
 # What the Linux builds, tests, fuzzers and benchmarks add; rsyslog with its RELP input and its
 # GnuTLS driver is the collector the log shipper's tests send to, GnuTLS (library and certtool)
-# its TLS and the tests' certificates.
+# its TLS and the tests' certificates; PostgreSQL with rsyslog's output to it is the ward's
+# central collector (dbconfig-no-thanks keeps rsyslog-pgsql from setting up a database of its own).
 HOST_TEST_PACKAGES=(g++ clang libclang-rt-14-dev googletest libbenchmark-dev zlib1g-dev
                     libinih-dev liblog4cplus-dev pkgconf python3 libvips-dev python3-pil imagemagick
                     libcanberra-dev libcanberra-pulse pulseaudio pulseaudio-utils
                     python3-pytest python3-setuptools python3-wheel python3-venv python3-pip
-                    rsyslog rsyslog-relp rsyslog-gnutls libgnutls28-dev gnutls-bin)
+                    rsyslog rsyslog-relp rsyslog-gnutls libgnutls28-dev gnutls-bin
+                    dbconfig-no-thanks postgresql rsyslog-pgsql)
