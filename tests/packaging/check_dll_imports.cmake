@@ -3,6 +3,7 @@ cmake_minimum_required(VERSION 3.25)
 # winpthread must be linked in statically. Programs may import the library's own DLL.
 set(system_dlls kernel32.dll msvcrt.dll user32.dll advapi32.dll gdi32.dll gdiplus.dll ole32.dll
     oleaut32.dll winmm.dll shlwapi.dll psapi.dll version.dll shell32.dll comctl32.dll ws2_32.dll
+    secur32.dll crypt32.dll
     tavromedivaneutil.dll)
 foreach(binary IN LISTS BINARIES)
   execute_process(COMMAND ${OBJDUMP} -p ${binary} OUTPUT_VARIABLE table RESULT_VARIABLE code)
