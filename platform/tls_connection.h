@@ -25,6 +25,10 @@ struct TlsFiles {
   std::filesystem::path key;          // its private key (unencrypted), with the certificate
 };
 
+// False with `why` when `files` cannot make a TLS client: no authority, or a certificate without
+// its key or a key without its certificate. Checked by Connect before anything else.
+bool CheckTlsFiles(const TlsFiles& files, std::string& why);
+
 // Added to the reason when a session without a client certificate ends early, where the server
 // may have wanted one.
 inline constexpr char kClientCertificateHint[] =

@@ -150,14 +150,7 @@ bool TlsConnection::Connect(const std::string& host, std::uint16_t port, const T
                             int timeoutMilliseconds, std::string& why) {
   Close();
   const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(timeoutMilliseconds);
-  if (files.authority.empty()) {
-    why = "TLS needs the certificate authority's file (--ca)";
-    return false;
-  }
-  if (files.certificate.empty() != files.key.empty()) {
-    why = "a client certificate needs both its file (--cert) and its key (--key)";
-    return false;
-  }
+  if (!CheckTlsFiles(files, why)) return false;
   auto s = std::make_unique<Session>();
   if (gnutls_certificate_allocate_credentials(&s->credentials) != GNUTLS_E_SUCCESS) {
     why = "TLS: out of memory";

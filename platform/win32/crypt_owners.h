@@ -1,6 +1,6 @@
 // Owned CryptoAPI and SSPI resources for TLS: certificate stores, certificates, chains, key
-// containers, and the credentials and security context of a Schannel session. Each close keeps
-// GetLastError() so failures can be reported after cleanup.
+// containers (what CryptDecodeObjectEx allocates is a UniqueLocalMemory), and the credentials and security
+// context of a Schannel session. Each close keeps GetLastError() so failures can be reported after cleanup.
 #ifndef TAVROMEDIVANEUTIL_PLATFORM_WIN32_CRYPT_OWNERS_H
 #define TAVROMEDIVANEUTIL_PLATFORM_WIN32_CRYPT_OWNERS_H
 
@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "platform/unique_resource.h"
+#include "platform/win32/local_memory.h"
 #include "platform/win32/windows_include.h"
 
 #define SECURITY_WIN32
@@ -52,18 +53,6 @@ struct CertChainTraits {
   }
 };
 using UniqueCertChain = UniqueResource<CertChainTraits>;
-
-// Memory that CryptDecodeObjectEx allocated (CRYPT_DECODE_ALLOC_FLAG).
-struct LocalMemoryTraits {
-  using Type = void*;
-  static void* Invalid() { return nullptr; }
-  static void Close(void* memory) {
-    const DWORD saved = GetLastError();
-    ::LocalFree(memory);
-    SetLastError(saved);
-  }
-};
-using UniqueDecoded = UniqueResource<LocalMemoryTraits>;
 
 struct CryptProvTraits {
   using Type = HCRYPTPROV;

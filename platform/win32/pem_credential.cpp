@@ -59,7 +59,7 @@ bool PemBlock(const std::string& text, const std::string& label, std::vector<BYT
 }
 
 // A PRIVATEKEYBLOB for CryptImportKey from a PKCS#1 or PKCS#8 RSA key.
-bool RsaKeyBlob(const std::string& text, UniqueDecoded& blob, DWORD& blobSize, std::string& why) {
+bool RsaKeyBlob(const std::string& text, UniqueLocalMemory& blob, DWORD& blobSize, std::string& why) {
   std::vector<BYTE> der;
   std::vector<BYTE> pkcs1;
   if (PemBlock(text, "RSA PRIVATE KEY", der)) {
@@ -72,7 +72,7 @@ bool RsaKeyBlob(const std::string& text, UniqueDecoded& blob, DWORD& blobSize, s
       why = "its PKCS#8 key does not decode (" + ErrorCode() + ")";
       return false;
     }
-    const UniqueDecoded info(decoded);
+    const UniqueLocalMemory info(decoded);
     const auto* keyInfo = static_cast<const CRYPT_PRIVATE_KEY_INFO*>(decoded);
     if (std::string(keyInfo->Algorithm.pszObjId) != szOID_RSA_RSA) {
       why = "its key is not an RSA key";
@@ -110,7 +110,8 @@ bool LoadPemCertificate(const std::filesystem::path& file, UniqueCertContext& ce
     return false;
   }
   // X.509 alone: Wine's Schannel takes no client certificate marked as PKCS #7 as well.
-  certificate.reset(CertCreateCertificateContext(X509_ASN_ENCODING, der.data(), static_cast<DWORD>(der.size())));
+  certificate.reset(
+      CertCreateCertificateContext(X509_ASN_ENCODING, der.data(), static_cast<DWORD>(der.size())));
   if (!certificate) {
     why = "the certificate in " + Shown(file) + " does not decode (" + ErrorCode() + ")";
     return false;
@@ -133,7 +134,7 @@ bool PemClientCredential::Load(const std::filesystem::path& certificateFile,
     return false;
   }
   std::string keyText;
-  UniqueDecoded blob;
+  UniqueLocalMemory blob;
   DWORD blobSize = 0;
   if (!ReadText(keyFile, keyText, problem) || !RsaKeyBlob(keyText, blob, blobSize, problem)) {
     why = "cannot use the key " + Shown(keyFile) + ": " + problem;

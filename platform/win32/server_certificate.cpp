@@ -61,7 +61,7 @@ bool NamesHost(PCCERT_CONTEXT server, const std::string& host) {
     DWORD size = 0;
     if (CryptDecodeObjectEx(kEncoding, X509_ALTERNATE_NAME, extension->Value.pbData, extension->Value.cbData,
                             CRYPT_DECODE_ALLOC_FLAG, nullptr, &decoded, &size)) {
-      const UniqueDecoded owner(decoded);
+      const UniqueLocalMemory owner(decoded);
       const auto* names = static_cast<const CERT_ALT_NAME_INFO*>(decoded);
       for (DWORD i = 0; i < names->cAltEntry; ++i) {
         const CERT_ALT_NAME_ENTRY& entry = names->rgAltEntry[i];

@@ -122,14 +122,7 @@ bool TlsConnection::Connect(const std::string& host, std::uint16_t port, const T
                             int timeoutMilliseconds, std::string& why) {
   Close();
   const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(timeoutMilliseconds);
-  if (files.authority.empty()) {
-    why = "TLS needs the certificate authority's file (--ca)";
-    return false;
-  }
-  if (files.certificate.empty() != files.key.empty()) {
-    why = "a client certificate needs both its file (--cert) and its key (--key)";
-    return false;
-  }
+  if (!CheckTlsFiles(files, why)) return false;
   const std::string authorityFile = WideToUtf8(files.authority.wstring());
   UniqueCertContext authority;
   std::string problem;
