@@ -531,32 +531,27 @@ def report(args: argparse.Namespace, results: dict, errors: dict) -> list[str]:
             missed.append(f"throughput ratio {ratio:.2f} < {GOALS['ratio']:g}")
     elif wanted("throughput"):
         error_row("throughput (entries/s)", "throughput")
+    def at_most(label: str, key: str, value: float, shown: str, unit: str) -> None:
+        v = verdict(value, GOALS[key], args.smoke)
+        rows.append((f"{label} ({unit})", shown, "", f"<= {GOALS[key]:g}", v))
+        if v == "FAIL":
+            missed.append(f"{label} {shown} {unit} > {GOALS[key]:g} {unit}")
+
     if "latency" in results:
         lat = results["latency"]
         for key, label in (("median", "median"), ("p99", "99th percentile")):
-            v = verdict(lat[key], GOALS[key], args.smoke)
-            rows.append((f"latency {label} at {LATENCY_RATE}/s (ms)", f"{lat[key]:.1f}", "",
-                         f"<= {GOALS[key]:g}", v))
-            if v == "FAIL":
-                missed.append(f"latency {label} {lat[key]:.1f} ms > {GOALS[key]:g} ms")
+            at_most(f"latency {label} at {LATENCY_RATE}/s", key, lat[key], f"{lat[key]:.1f}", "ms")
     elif wanted("latency"):
         error_row("latency (ms)", "latency")
     if "memory" in results:
         mem = results["memory"]
-        v = verdict(mem["rss"], GOALS["rss"], args.smoke)
-        rows.append((f"peak RSS, {mem['mb']:,.0f} MiB backlog (MiB)", f"{mem['rss']:.1f}", "",
-                     f"<= {GOALS['rss']:g}", v))
-        if v == "FAIL":
-            missed.append(f"peak RSS {mem['rss']:.1f} MiB > {GOALS['rss']:g} MiB")
+        at_most(f"peak RSS, {mem['mb']:,.0f} MiB backlog", "rss", mem["rss"], f"{mem['rss']:.1f}", "MiB")
     elif wanted("memory"):
         error_row("peak RSS (MiB)", "memory")
     if "idle" in results:
         idle = results["idle"]
-        v = verdict(idle["percent"], GOALS["idle"], args.smoke)
-        rows.append((f"idle CPU over {idle['seconds']:.0f} s (% of a core)", f"{idle['percent']:.2f}", "",
-                     f"<= {GOALS['idle']:g}", v))
-        if v == "FAIL":
-            missed.append(f"idle CPU {idle['percent']:.2f} % > {GOALS['idle']:g} %")
+        at_most(f"idle CPU over {idle['seconds']:.0f} s", "idle", idle["percent"], f"{idle['percent']:.2f}",
+                "% of a core")
     elif wanted("idle"):
         error_row("idle CPU (% of a core)", "idle")
 

@@ -2,12 +2,15 @@
 
 #include <chrono>
 
+#include "platform/deadline.h"
 #include "platform/stop_request.h"
 #include "shipping/collector_stream.h"
 #include "shipping/relp_frame.h"
 
 namespace Tavro_KVO_Util::shipping {
 namespace {
+
+using platform::MillisecondsLeft;
 
 using Clock = std::chrono::steady_clock;
 
@@ -19,11 +22,6 @@ constexpr std::size_t kMaxPending = 1 << 20;
 // Gathered frames go out once they fill this much, so that a full window of long messages is not
 // held back until Collect.
 constexpr std::size_t kFlushSize = 256 * 1024;
-
-int MillisecondsLeft(Clock::time_point deadline) {
-  const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
-  return left > 0 ? static_cast<int>(left) : 0;
-}
 
 }  // namespace
 

@@ -68,10 +68,10 @@ struct Shipper::Impl {
   bool Collect(int timeoutMilliseconds);
   void Broke(const std::string& why);
   void SaveCursor(SaveWhen when);
-  // No more may be sent until answers come, or the cursor is saved.
-  bool WindowFull() const {
-    return sent.size() >= options.window || takenSinceSave + sent.size() >= options.window;
-  }
+  // No more may be sent until answers come, or the cursor is saved: what was taken since the last
+  // save and what is in flight together fill the window (so does a window full of messages in
+  // flight alone).
+  bool WindowFull() const { return takenSinceSave + sent.size() >= options.window; }
   void Drain();
 
   const ShipperOptions& options;
@@ -224,7 +224,7 @@ void Shipper::Impl::Broke(const std::string& why) {
 bool Shipper::Impl::SendWhatFits() {
   bool more = true;
   while (sent.size() < options.window) {
-    if (takenSinceSave + sent.size() >= options.window) {
+    if (WindowFull()) {
       if (2 * takenSinceSave < options.window) return true;
       // A state file that cannot be written is reported, and shipping goes on regardless:
       // delivering matters more than how much a kill would send twice.

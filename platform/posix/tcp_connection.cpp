@@ -15,6 +15,8 @@
 #include <cstring>
 #include <utility>
 
+#include "platform/deadline.h"
+
 namespace Tavro_KVO_Util::platform {
 namespace {
 
@@ -32,11 +34,6 @@ void AcknowledgeAtOnce([[maybe_unused]] int fd) {
   const int on = 1;
   ::setsockopt(fd, IPPROTO_TCP, TCP_QUICKACK, &on, sizeof on);
 #endif
-}
-
-int MillisecondsLeft(Clock::time_point deadline) {
-  const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
-  return left > 0 ? static_cast<int>(left) : 0;
 }
 
 // Waits for `events` on `fd` until the deadline; EINTR (a signal, such as the stop request)

@@ -12,6 +12,7 @@
 #include <cstring>
 #include <utility>
 
+#include "platform/deadline.h"
 #include "platform/tcp_connection.h"
 
 namespace Tavro_KVO_Util::platform {
@@ -23,11 +24,6 @@ using Clock = std::chrono::steady_clock;
 constexpr std::size_t kChunk = 16 * 1024;
 // How long Close waits to tell the collector the session ends.
 constexpr int kCloseMilliseconds = 1000;
-
-int MillisecondsLeft(Clock::time_point deadline) {
-  const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
-  return left > 0 ? static_cast<int>(left) : 0;
-}
 
 bool IsIpAddress(const std::string& host) {
   unsigned char address[16];

@@ -17,6 +17,7 @@
 #include <chrono>
 #include <utility>
 
+#include "platform/deadline.h"
 #include "platform/utf8.h"
 
 namespace Tavro_KVO_Util::platform {
@@ -25,11 +26,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t kReceiveChunk = 16 * 1024;
-
-int MillisecondsLeft(Clock::time_point deadline) {
-  const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
-  return left > 0 ? static_cast<int>(left) : 0;
-}
 
 // Winsock is started once for the process and left started: other code of the host process may
 // use it too, and WSACleanup would pull it from under them.

@@ -15,6 +15,7 @@
 #include <cstring>
 #include <vector>
 
+#include "platform/deadline.h"
 #include "platform/tcp_connection.h"
 #include "platform/utf8.h"
 #include "platform/win32/crypt_owners.h"
@@ -31,11 +32,6 @@ constexpr int kCloseMilliseconds = 1000;
 constexpr DWORD kRequest = ISC_REQ_SEQUENCE_DETECT | ISC_REQ_REPLAY_DETECT | ISC_REQ_CONFIDENTIALITY |
                            ISC_REQ_EXTENDED_ERROR | ISC_REQ_ALLOCATE_MEMORY | ISC_REQ_STREAM |
                            ISC_REQ_MANUAL_CRED_VALIDATION | ISC_REQ_USE_SUPPLIED_CREDS;
-
-int MillisecondsLeft(Clock::time_point deadline) {
-  const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
-  return left > 0 ? static_cast<int>(left) : 0;
-}
 
 std::string StatusText(SECURITY_STATUS status) {
   char text[16];

@@ -4,12 +4,11 @@
 
 #include <chrono>
 #include <ctime>
-#include <optional>
 #include <regex>
 #include <string>
 #include <utility>
 
-#include "support/environment.h"
+#include "support/scoped_zone.h"
 
 namespace Tavro_KVO_Util::platform {
 namespace {
@@ -49,18 +48,7 @@ TEST(LocalTime, AgreesWithTheCRuntimeClock) {
 }
 
 #ifndef _WIN32
-// Restores the process's zone after a test changed TZ.
-class ScopedZone {
- public:
-  explicit ScopedZone(const char* zone) : mVariable(std::in_place, "TZ", std::string(zone)) { tzset(); }
-  ~ScopedZone() {
-    mVariable.reset();
-    tzset();
-  }
-
- private:
-  std::optional<testing::ScopedEnvironmentVariable> mVariable;
-};
+using testing::ScopedZone;
 
 TEST(LocalTime, ZoneIsTheAbbreviationOnLinux) {
   {

@@ -239,29 +239,20 @@ class Collector:
     def messages(self) -> list[dict]:
         if self.brief:
             raise RuntimeError("a brief collector records no header fields: use receptions()")
-        try:
-            data = self.output_path.read_bytes()
-        except FileNotFoundError:
-            return []
-        result = []
-        # A line without its newline is still being written; it shows up on the next call.
-        for line in data.split(b"\n")[:-1]:
-            if line:
-                result.append(self._decode(line))
-        return result
+        return [self._decode(line) for line in self._complete_lines()]
 
     def receptions(self) -> list[tuple[str, str]]:
         """(received, msg) of every complete record, in the order written."""
+        records = (json.loads(line.decode("utf-8", errors="surrogateescape")) for line in self._complete_lines())
+        return [(record["received"], record["msg"]) for record in records]
+
+    def _complete_lines(self) -> list[bytes]:
         try:
             data = self.output_path.read_bytes()
         except FileNotFoundError:
             return []
-        result = []
-        for line in data.split(b"\n")[:-1]:
-            if line:
-                record = json.loads(line.decode("utf-8", errors="surrogateescape"))
-                result.append((record["received"], record["msg"]))
-        return result
+        # A line without its newline is still being written; it shows up on the next call.
+        return [line for line in data.split(b"\n")[:-1] if line]
 
     def count(self) -> int:
         """How many complete records the file holds, without decoding them: cheap enough to poll

@@ -7,35 +7,16 @@
 
 #include <gtest/gtest.h>
 
-#include <optional>
 #include <string>
 
 #include "platform/time_zone.h"
 #include "shipping/syslog_message.h"
-
-#ifndef _WIN32
-#include <time.h>
-
-#include "support/environment.h"
-#endif
+#include "support/scoped_zone.h"
 
 namespace Tavro_KVO_Util::shipping {
 
 #ifndef _WIN32
-// Sets TZ for the life of a test; tzset makes the C library read it again both ways.
-class ScopedZone {
- public:
-  explicit ScopedZone(const char* zone) : mVariable(std::in_place, "TZ", std::string(zone)) { tzset(); }
-  ~ScopedZone() {
-    mVariable.reset();
-    tzset();
-  }
-  ScopedZone(const ScopedZone&) = delete;
-  ScopedZone& operator=(const ScopedZone&) = delete;
-
- private:
-  std::optional<Tavro_KVO_Util::testing::ScopedEnvironmentVariable> mVariable;
-};
+using Tavro_KVO_Util::testing::ScopedZone;
 #endif
 
 // Tests of whole messages: in Berlin on Linux.
