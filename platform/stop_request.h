@@ -13,8 +13,13 @@ void ListenForStopRequests();
 // True once a stop was requested (or RequestStop was called). Safe from any thread.
 bool StopRequested();
 
-// Records a stop request as the handlers do (tests, and the service a later version adds).
+// Records a stop request as the handlers do (tests, and the service's stop control).
 void RequestStop();
+
+// Waits until a stop is requested or `milliseconds` have passed; true when one was requested.
+// Windows wakes at once (an event); Linux looks every 10 ms, since a signal handler may only set
+// the flag.
+bool WaitForStopRequest(long milliseconds);
 
 }  // namespace Tavro_KVO_Util::platform
 

@@ -34,7 +34,7 @@ ShippingSettings ReadShippingSettings() {
   std::string protocol = kDefaultProtocol;
   ReadText(config, L"Protocol", protocol);
   std::string host = kDefaultCollectorHost;
-  ReadText(config, L"CollectorHost", host);
+  settings.collectorConfigured = ReadText(config, L"CollectorHost", host);
   long port = kDefaultCollectorPort;
   ReadNumber(config, L"CollectorPort", port);
   // An IPv6 address goes in brackets, as in any URL.

@@ -14,7 +14,8 @@
 //   EnterpriseNumber  N of the SD-ID "tavro@N"                (default 32473)
 //   WindowSize        RELP messages awaiting an answer, 1-16384 (default 4096)
 //
-// A key that is missing or unusable keeps its default. The destination is three keys rather than
+// A key that is missing or unusable keeps its default. The service (mvutil ship --service) ships
+// only when CollectorHost is set: without it a newly installed tablet has nowhere to send to. The destination is three keys rather than
 // one URL because a value in the configuration file ends at "//" (the rest is a comment); the
 // three make the URL "Protocol://CollectorHost:CollectorPort".
 #ifndef TAVROMEDIVANEUTIL_SHIPPING_SHIPPING_SETTINGS_H
@@ -37,6 +38,7 @@ constexpr char kStateFileSuffix[] = ".ship-state";
 
 struct ShippingSettings {
   std::string destination;          // the URL the three keys make
+  bool collectorConfigured = false;  // CollectorHost is set (not missing, not empty)
   std::filesystem::path caFile;     // empty: none
   std::filesystem::path certFile;   // empty: none
   std::filesystem::path keyFile;    // empty: none

@@ -3,6 +3,8 @@
 #include <signal.h>
 
 #include <atomic>
+#include <chrono>
+#include <thread>
 
 namespace Tavro_KVO_Util::platform {
 namespace {
@@ -26,5 +28,13 @@ void ListenForStopRequests() {
 bool StopRequested() { return gStopRequested.load(); }
 
 void RequestStop() { gStopRequested.store(true); }
+
+bool WaitForStopRequest(long milliseconds) {
+  const auto until = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
+  while (!StopRequested() && std::chrono::steady_clock::now() < until) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  return StopRequested();
+}
 
 }  // namespace Tavro_KVO_Util::platform

@@ -19,6 +19,7 @@
 
 #include "platform/deadline.h"
 #include "platform/utf8.h"
+#include "platform/win32/error_text.h"
 
 namespace Tavro_KVO_Util::platform {
 namespace {
@@ -36,20 +37,6 @@ bool WinsockStarted(std::string& why) {
   }();
   if (started != 0) why = "WSAStartup failed: error " + std::to_string(started);
   return started == 0;
-}
-
-std::string ErrorText(int error) {
-  wchar_t* text = nullptr;
-  const DWORD length = FormatMessageW(
-      FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS,
-      /*lpSource=*/nullptr, static_cast<DWORD>(error), /*dwLanguageId=*/0, reinterpret_cast<wchar_t*>(&text),
-      /*nSize=*/0, /*Arguments=*/nullptr);
-  std::wstring message = length > 0 ? std::wstring(text, length) : std::wstring();
-  if (text != nullptr) LocalFree(text);
-  while (!message.empty() && (message.back() == L'\n' || message.back() == L'\r' || message.back() == L'.')) {
-    message.pop_back();
-  }
-  return (message.empty() ? std::string("error") : WideToUtf8(message)) + " (" + std::to_string(error) + ")";
 }
 
 int WaitFor(SOCKET socket, short events, int timeoutMilliseconds) {

@@ -87,5 +87,26 @@ TEST_F(MvutilShip, OnceWithNoCollectorListeningExitsOneAndWritesNoStateFile) {
   EXPECT_FALSE(std::filesystem::exists(state));
 }
 
+TEST_F(MvutilShip, ServiceWithOnceIsAWrongCommandLine) {
+  const Result result = Run({"ship", "--service", "--once"});
+  EXPECT_EQ(result.code, 2);
+  EXPECT_EQ(result.err, "mvutil ship: --service runs until the service is stopped; it takes no --once\n");
+}
+
+TEST_F(MvutilShip, ServiceStartedOtherwiseThanByTheServiceManagerSaysHowToRunIt) {
+  const Result result = Run({"ship", "--service"});
+#ifdef _WIN32
+  EXPECT_EQ(result.code, 2);
+  EXPECT_EQ(result.err,
+            "mvutil ship: --service is for the service control manager, which starts the service "
+            "TavroLogShipper; from a console, run mvutil ship without it\n");
+#else
+  EXPECT_EQ(result.code, 1);
+  EXPECT_EQ(result.err,
+            "mvutil ship: cannot run as the service TavroLogShipper: there is no Windows service control "
+            "manager on this system; run the command itself (under systemd, say)\n");
+#endif
+}
+
 }  // namespace
 }  // namespace mvutil::testing

@@ -13,14 +13,16 @@
 #include "ship_command.h"
 #include "sound_command.h"
 #include "tail_command.h"
+#include "version.h"
 
 namespace mvutil {
 namespace {
 
 void PrintToolHelp(std::ostream& out) {
   out << "Usage: mvutil VERB [OPTIONS] [ARGS...]\n"
-         "The command-line tool of TavroMedivaneUtil " MVUTIL_VERSION
-         ".\n\n"
+         "The command-line tool of TavroMedivaneUtil "
+      << kVersion
+      << ".\n\n"
          "Verbs:\n";
   for (const Command& command : AllCommands()) {
     out << "  " << command.name << std::string(10 - std::char_traits<char>::length(command.name), ' ')
@@ -63,7 +65,7 @@ int Run(const Args& args, Io& io) {
     return kExitOk;
   }
   if (verb == "--version") {
-    io.out << "mvutil " MVUTIL_VERSION "\n";
+    io.out << "mvutil " << kVersion << "\n";
     return kExitOk;
   }
   for (const Command& command : AllCommands()) {

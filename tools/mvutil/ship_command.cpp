@@ -4,19 +4,26 @@
 #include <optional>
 #include <ostream>
 
+#include "config_location.h"
+#include "event_log_stream.h"
 #include "log_settings.h"
+#include "platform/event_log.h"
 #include "platform/host_name.h"
+#include "platform/service_host.h"
 #include "platform/stop_request.h"
+#include "platform/utf8.h"
 #include "shipping/shipper.h"
 #include "shipping/shipping_settings.h"
+#include "version.h"
 
 namespace mvutil {
 
 namespace shipping = Tavro_KVO_Util::shipping;
+namespace platform = Tavro_KVO_Util::platform;
 
 const char kShipUsage[] =
     "Usage: mvutil ship [--to URL] [--ca FILE] [--cert FILE --key FILE] [--state FILE] [--once]\n"
-    "                   [--from-end] [--hostname NAME] [--facility N]\n"
+    "                   [--from-end] [--hostname NAME] [--facility N] [--service]\n"
     "Sends every entry of the shared log to a syslog collector as one RFC 5424 message, following\n"
     "the log across rolls, until stopped (Ctrl+C, SIGTERM). Each option's default is the key of the\n"
     "same meaning under /Tavro/MedivaneSDK/LogShipping/ in the shared configuration file.\n\n"
@@ -34,7 +41,10 @@ const char kShipUsage[] =
     "  --from-end       without a cursor file, start at the end of the log rather than at its\n"
     "                   oldest backup (key StartAtEnd)\n"
     "  --hostname NAME  HOSTNAME of the messages (key Hostname, default: the computer's name)\n"
-    "  --facility N     syslog facility 0-23 (key Facility, default 16, local0)\n\n"
+    "  --facility N     syslog facility 0-23 (key Facility, default 16, local0)\n"
+    "  --service        run as the Windows service TavroLogShipper (the service control manager\n"
+    "                   starts it so): reports go to the Application event log, and without a\n"
+    "                   CollectorHost key (or --to) the service stays idle and says so once\n\n"
     "Reports go to standard error, never into the log shipped.\n\n"
     "Exit codes: 0 everything was delivered (or stopped on request), 1 the collector could not be\n"
     "reached or refused (--once), 2 wrong command line.\n";
@@ -51,7 +61,11 @@ struct ShipArgs {
   std::optional<long> facility;
   bool once = false;
   bool fromEnd = false;
+  bool service = false;
 };
+
+// The service's name; the installer creates the service and its event source under it.
+constexpr wchar_t kServiceName[] = L"TavroLogShipper";
 
 bool ParseFacility(const std::string& text, long& facility) {
   if (text.empty() || text.size() > 2 || text.find_first_not_of("0123456789") != std::string::npos)
@@ -73,6 +87,8 @@ bool ParseShipArgs(const Args& args, ShipArgs& parsed, std::ostream& err) {
       parsed.once = true;
     } else if (arg == "--from-end") {
       parsed.fromEnd = true;
+    } else if (arg == "--service") {
+      parsed.service = true;
     } else if (arg == "--to") {
       parsed.to = args[++i];
     } else if (arg == "--ca") {
@@ -100,18 +116,14 @@ bool ParseShipArgs(const Args& args, ShipArgs& parsed, std::ostream& err) {
   return true;
 }
 
-}  // namespace
-
-int RunShipCommand(const Args& args, Io& io) {
-  ShipArgs parsed;
-  if (!ParseShipArgs(args, parsed, io.err)) return kExitUsage;
-  const shipping::ShippingSettings settings = shipping::ReadShippingSettings();
+// The shipper's options from the command line over the configuration; kExitUsage, with the reason
+// on `err`, when they do not make a destination the shipper can use.
+int BuildShipperOptions(const ShipArgs& parsed, const shipping::ShippingSettings& settings,
+                        shipping::ShipperOptions& options, std::ostream& err) {
   const LogSettings log = ReadLogSettings();
-
-  shipping::ShipperOptions options;
   std::string why;
   if (!shipping::ParseDestination(parsed.to.value_or(settings.destination), options.destination, why)) {
-    io.err << "mvutil ship: " << why << "\n";
+    err << "mvutil ship: " << why << "\n";
     return kExitUsage;
   }
   const auto path = [](const std::optional<std::string>& given, const std::filesystem::path& fallback) {
@@ -121,13 +133,13 @@ int RunShipCommand(const Args& args, Io& io) {
   options.tlsFiles.certificate = path(parsed.cert, settings.certFile);
   options.tlsFiles.key = path(parsed.key, settings.keyFile);
   if (options.destination.tls && options.tlsFiles.authority.empty()) {
-    io.err << "mvutil ship: TLS needs the certificate authority that signed the collector's certificate: "
-              "--ca FILE (key CaFile)\n";
+    err << "mvutil ship: TLS needs the certificate authority that signed the collector's certificate: "
+           "--ca FILE (key CaFile)\n";
     return kExitUsage;
   }
   if (options.tlsFiles.certificate.empty() != options.tlsFiles.key.empty()) {
-    io.err << "mvutil ship: a client certificate needs both --cert FILE and --key FILE (keys CertFile and "
-              "KeyFile)\n";
+    err << "mvutil ship: a client certificate needs both --cert FILE and --key FILE (keys CertFile and "
+           "KeyFile)\n";
     return kExitUsage;
   }
   options.logFile = log.file;
@@ -143,16 +155,67 @@ int RunShipCommand(const Args& args, Io& io) {
   }
   options.once = parsed.once;
   options.fromEnd = parsed.fromEnd || settings.startAtEnd;
-  options.context.hostname = parsed.hostname.value_or(
-      settings.hostname.empty() ? Tavro_KVO_Util::platform::ComputerName() : settings.hostname);
+  options.context.hostname =
+      parsed.hostname.value_or(settings.hostname.empty() ? platform::ComputerName() : settings.hostname);
   options.context.facility = static_cast<int>(parsed.facility.value_or(settings.facility));
   options.context.enterpriseNumber = settings.enterpriseNumber;
-  options.context.softwareVersion = MVUTIL_VERSION;
+  options.context.softwareVersion = kVersion;
   options.window = settings.window;
+  return kExitOk;
+}
 
-  Tavro_KVO_Util::platform::ListenForStopRequests();
-  shipping::Shipper shipper(std::move(options), io.err);
+int Ship(const ShipArgs& parsed, std::ostream& err) {
+  const shipping::ShippingSettings settings = shipping::ReadShippingSettings();
+  shipping::ShipperOptions options;
+  const int built = BuildShipperOptions(parsed, settings, options, err);
+  if (built != kExitOk) return built;
+  platform::ListenForStopRequests();
+  shipping::Shipper shipper(std::move(options), err);
   return shipper.Run() == shipping::ShipResult::kDelivered ? kExitOk : kExitFailure;
+}
+
+// The service's work: ships as the command would, reporting to the event log. A tablet installed
+// without a collector has nowhere to ship to, so the service then waits for its stop and says why
+// once, instead of knocking at 127.0.0.1 for ever.
+int ShipAsService(const ShipArgs& parsed) {
+  if (!parsed.to && !shipping::ReadShippingSettings().collectorConfigured) {
+    EventLogStream(kServiceName, platform::kEventInformation)
+        << "TavroLogShipper is idle: no collector is configured. Set "
+           "/Tavro/MedivaneSDK/LogShipping/CollectorHost (and Protocol and CollectorPort) in "
+        << platform::WideToUtf8(DefaultConfigFile()) << ", then restart the service.\n";
+    // The installer stops the service and soon starts it again: the stop must be quick.
+    while (!platform::WaitForStopRequest(60000)) {
+    }
+    return kExitOk;
+  }
+  EventLogStream reports(kServiceName, platform::kEventWarning);
+  return Ship(parsed, reports);
+}
+
+}  // namespace
+
+int RunShipCommand(const Args& args, Io& io) {
+  ShipArgs parsed;
+  if (!ParseShipArgs(args, parsed, io.err)) return kExitUsage;
+  if (!parsed.service) return Ship(parsed, io.err);
+  if (parsed.once) {
+    io.err << "mvutil ship: --service runs until the service is stopped; it takes no --once\n";
+    return kExitUsage;
+  }
+  int exitCode = kExitOk;
+  std::string why;
+  switch (platform::RunAsService(kServiceName, [&parsed] { return ShipAsService(parsed); }, exitCode, why)) {
+    case platform::ServiceRun::kRan:
+      return exitCode;
+    case platform::ServiceRun::kNotStartedByManager:
+      io.err << "mvutil ship: --service is for the service control manager, which starts the service "
+                "TavroLogShipper; from a console, run mvutil ship without it\n";
+      return kExitUsage;
+    case platform::ServiceRun::kFailed:
+    default:
+      io.err << "mvutil ship: cannot run as the service TavroLogShipper: " << why << "\n";
+      return kExitFailure;
+  }
 }
 
 }  // namespace mvutil
