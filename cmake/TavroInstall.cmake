@@ -2,6 +2,11 @@
 # package, so that a consumer writes
 #   find_package(TavroMedivaneUtil CONFIG REQUIRED)
 #   target_link_libraries(app PRIVATE TavroMedivaneUtil::TavroMedivaneUtil)
+if(WIN32)
+  # The tablet's layout: the installed configuration and the sound scheme expect the DLL and
+  # mvutil.exe in "Bin" below %KVO_INSTALL_DIR%, and the SDK's CMake package finds them there.
+  set(CMAKE_INSTALL_BINDIR Bin)
+endif()
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 

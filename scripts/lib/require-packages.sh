@@ -19,10 +19,12 @@ require_packages() {
 }
 
 # What the Windows build needs: the MinGW-w64 cross compiler and Wine to run the results,
-# Pillow, which writes the image tests' inputs and decodes their outputs, and a PulseAudio server
-# with its tools (parec), which the sound tests play to and record from.
+# Pillow, which writes the image tests' inputs and decodes their outputs, a PulseAudio server
+# with its tools (parec), which the sound tests play to and record from, msitools' wixl and
+# msibuild, which build the Windows Installer package, and osslsigncode with openssl, which sign it
+# (the signing test makes a throwaway certificate).
 WINDOWS_BUILD_PACKAGES=(cmake ninja-build g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 wine64 googletest
-                        python3-pil pulseaudio pulseaudio-utils)
+                        python3-pil pulseaudio pulseaudio-utils wixl msitools osslsigncode openssl)
 # What the Linux builds, tests, fuzzers and benchmarks add; rsyslog with its RELP input and its
 # GnuTLS driver is the collector the log shipper's tests send to, GnuTLS (library and certtool)
 # its TLS and the tests' certificates; PostgreSQL with rsyslog's output to it is the ward's

@@ -32,7 +32,7 @@ run(${CMAKE_COMMAND} --build ${WORK_DIR}/build)
 
 if(EMULATOR)
   # Windows: the DLL is found beside the program, as an application ships it.
-  file(COPY ${prefix}/bin/TavroMedivaneUtil.dll DESTINATION ${WORK_DIR}/build)
+  file(COPY ${prefix}/Bin/TavroMedivaneUtil.dll DESTINATION ${WORK_DIR}/build)
   run(${EMULATOR} ${WORK_DIR}/build/${PROGRAM}.exe)
 else()
   run(${WORK_DIR}/build/${PROGRAM})
