@@ -194,6 +194,27 @@ class Tablet:
         return path.read_bytes().decode("utf-16", errors="replace") if path.exists() else ""
 
 
+def file_version(path: pathlib.Path) -> str:
+    """The "FileVersion" text of a Windows binary's version resource (UTF-16LE, after its key and
+    the zero padding that aligns the value)."""
+    data = path.read_bytes()
+    at = data.find("FileVersion\0".encode("utf-16-le"))
+    check(at >= 0, f"{path.name} has no FileVersion")
+    at += len("FileVersion\0".encode("utf-16-le"))
+    while data[at:at + 2] == b"\0\0":
+        at += 2
+    end = data.find(b"\0\0", at)
+    while (end - at) % 2:
+        end = data.find(b"\0\0", end + 1)
+    return data[at:end].decode("utf-16-le")
+
+
+def package_version(msi: str) -> str:
+    properties = subprocess.run(["msiinfo", "export", msi, "Property"], capture_output=True, text=True,
+                                check=True).stdout
+    return re.search(r"^ProductVersion\t([^\r\n]*)", properties, re.MULTILINE).group(1)
+
+
 def seen(path: pathlib.Path) -> str:
     """A Linux path as Windows programs under Wine see it (the Z: drive)."""
     return "Z:" + str(path).replace("/", "\\")
@@ -288,6 +309,11 @@ def silent_install(tablet: Tablet, args) -> None:
     code = tablet.msiexec("/i", seen(pathlib.Path(args.msi)))
     check(code == MSI_SUCCESS, f"msiexec /i exited {code}")
     check_runtime_installed(tablet, args)
+    version = package_version(args.msi)
+    for name in ("TavroMedivaneUtil.dll", "mvutil.exe"):
+        installed = file_version(tablet.path(INSTALL_DIR + "Bin\\" + name))
+        check(installed == version, f"Bin\\{name} is version {installed}, the package {version}")
+    check_installed_version(tablet, version)
     check(not tablet.path(INSTALL_DIR + "include").exists(), "the SDK was installed without being asked for")
     check(tablet.path(LOG_DIR).is_dir(), "the log folder was not made")
     # No collector in the installed configuration: the service says so, once.
@@ -391,6 +417,9 @@ def upgrade(tablet: Tablet, args) -> None:
             check(tablet.path(INSTALL_DIR + "Bin\\" + name).read_bytes() == (next_stage / "Bin" / name).read_bytes(),
                   f"Bin\\{name} is not the next version's")
         check_installed_version(tablet, args.next_version)
+        check(package_version(args.next_msi) == args.next_version, "the next package has another version")
+        check(file_version(tablet.path(INSTALL_DIR + "Bin\\TavroMedivaneUtil.dll")) == args.next_version,
+              "the upgraded DLL's version resource is not the next version")
         check(tablet.path(INSTALL_DIR + "Bin\\TavroMedivane.cfg").read_bytes() == configuration,
               "the upgrade changed the tablet's configuration")
         check(tablet.path(LOG_DIR + "KVO.log").read_bytes().startswith(log), "the upgrade changed the log")
@@ -413,7 +442,11 @@ def uninstall(tablet: Tablet, args) -> None:
     check_runtime_installed(tablet, args)
     result = tablet.mvutil("log", "before the uninstall")
     check(result.returncode == 0, f"mvutil log exited {result.returncode}")
+    result = tablet.mvutil("config", "set", "/Tavro/MedivaneSDK/Logging/DebugAreas", "Ward")
+    check(result.returncode == 0, f"mvutil config set exited {result.returncode}")
     configuration = tablet.path(INSTALL_DIR + "Bin\\TavroMedivane.cfg").read_bytes()
+    check(configuration != (pathlib.Path(args.stage) / "Bin" / "TavroMedivane.cfg").read_bytes(),
+          "the changed configuration is still the packaged one")
     log = tablet.path(LOG_DIR + "KVO.log").read_bytes()
 
     code = tablet.msiexec("/x", seen(pathlib.Path(args.msi)))
@@ -422,6 +455,12 @@ def uninstall(tablet: Tablet, args) -> None:
     check(tablet.path(INSTALL_DIR + "Bin\\TavroMedivane.cfg").read_bytes() == configuration,
           "the configuration file did not stay as it was")
     check(tablet.path(LOG_DIR + "KVO.log").read_bytes() == log, "the log did not stay as it was")
+
+    # Installed again, the package finds the tablet's configuration and leaves it as it is.
+    code = tablet.msiexec("/i", seen(pathlib.Path(args.msi)))
+    check(code == MSI_SUCCESS, f"installing again exited {code}")
+    check(tablet.path(INSTALL_DIR + "Bin\\TavroMedivane.cfg").read_bytes() == configuration,
+          "installing again replaced the configuration file")
 
 
 def repair(tablet: Tablet, args) -> None:
