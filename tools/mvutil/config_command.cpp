@@ -1,14 +1,17 @@
 #include "config_command.h"
 
+#include <algorithm>
 #include <cwchar>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <map>
 #include <memory>
 #include <optional>
 #include <ostream>
 
 #include "Config.h"
+#include "config_check.h"
 #include "config_location.h"
 #include "wide_text.h"
 
@@ -28,15 +31,21 @@ const char kConfigUsage[] =
     "  match SECTION NAME        print KEY=VALUE for keys under SECTION whose last\n"
     "                            component starts with NAME\n"
     "  indices SECTION           print the indices n of the keys SECTION[n]..., one per line\n"
-    "  dump                      print every effective KEY=VALUE in key order\n\n"
+    "  dump                      print every effective KEY=VALUE in key order\n"
+    "  check                     print one line 'PATH:LINE: warning|error: TEXT' for each thing\n"
+    "                            the library would ignore, read otherwise than written, or hang on\n\n"
     "  --file PATH               use PATH instead of the default file\n\n"
     "Exit codes: 0 success, 1 not found, 2 wrong command line, 3 the file cannot be read\n"
-    "or is refused (UTF-8), 4 the change could not be written.\n";
+    "or is refused (UTF-8), 4 the change could not be written. check: 0 nothing found,\n"
+    "1 warnings, 2 errors, 3 the file cannot be read.\n";
 
 namespace {
 
 constexpr int kExitFileUnusable = 3;
 constexpr int kExitWriteFailed = 4;
+// check: what the worst finding was.
+constexpr int kExitCheckWarnings = 1;
+constexpr int kExitCheckErrors = 2;
 
 struct ConfigArgs {
   std::string verb;
@@ -215,6 +224,26 @@ int Indices(const ConfigArgs& args, Io& io) {
   return kExitOk;
 }
 
+int Check(const ConfigArgs& args, Io& io) {
+  if (!ExpectArgs(args, 0, "check", io.err)) return kExitUsage;
+  const std::string shown = args.file ? *args.file : WideToUtf8(DefaultConfigFile());
+  std::ifstream in(
+      args.file ? std::filesystem::u8path(*args.file) : std::filesystem::path(DefaultConfigFile()),
+      std::ios::binary);
+  if (!in) {
+    io.err << "mvutil config check: cannot read " << shown << "\n";
+    return kExitFileUnusable;
+  }
+  const std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  int worst = kExitOk;
+  for (const ConfigFinding& finding : CheckConfiguration(bytes)) {
+    io.out << shown << ":" << finding.line << ": " << (finding.error ? "error" : "warning") << ": "
+           << finding.text << "\n";
+    worst = std::max(worst, finding.error ? kExitCheckErrors : kExitCheckWarnings);
+  }
+  return worst;
+}
+
 int Dump(const ConfigArgs& args, Io& io) {
   if (!ExpectArgs(args, 0, "dump", io.err)) return kExitUsage;
   std::unique_ptr<Config> config;
@@ -240,6 +269,7 @@ int RunConfigCommand(const Args& args, Io& io) {
   if (parsed.verb == "match") return Match(parsed, io);
   if (parsed.verb == "indices") return Indices(parsed, io);
   if (parsed.verb == "dump") return Dump(parsed, io);
+  if (parsed.verb == "check") return Check(parsed, io);
   io.err << "mvutil config: unknown verb '" << parsed.verb << "'; see 'mvutil config --help'\n";
   return kExitUsage;
 }
