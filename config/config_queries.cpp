@@ -6,12 +6,14 @@
 #include "Config.h"
 
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "config/number_text.h"
+#include "config/safe_profile.h"
 #include "logging/log_levels.h"
 
 namespace Tavro_KVO_Util {
@@ -20,6 +22,7 @@ namespace {
 using internal::kLevelDebug;
 using internal::kLevelError;
 using internal::kLevelInfo;
+using internal::kLevelWarn;
 
 bool StartsWith(const std::wstring& text, const std::wstring& prefix) {
   return text.compare(0, prefix.size(), prefix) == 0;
@@ -116,6 +119,9 @@ CFGStatus Config::GetArrayIndices(const std::wstring& section, std::vector<unsig
       section.c_str());
   std::set<long> seen;
   bool appended = false;
+  // Looked up only once a key without a valid index is met, so that a well-formed file is walked
+  // exactly as it always was.
+  std::optional<bool> safe;
   auto entry = mConfigMap.lower_bound(prefix);
   while (entry != mConfigMap.end()) {
     if (!StartsWith(entry->first, prefix)) {
@@ -125,11 +131,21 @@ CFGStatus Config::GetArrayIndices(const std::wstring& section, std::vector<unsig
     const std::wstring indexText = entry->first.substr(prefix.size());
     const long index = internal::TextToLong(indexText);
     if (IsUnreadableIndex(index, indexText)) {
-      // Deliberately kept: the old walk did not step past such a key and tested it again
-      // forever, so the call never returns. Such keys ("section[x]", "section[-1]") must not
-      // stand in a file queried this way. The call to the library's yield keeps the compiler
-      // from treating the loop as one without effects (which it may assume ends) and leaves
-      // the host's other threads their share of the processor.
+      if (!safe) safe = internal::SafeProfileOn(mConfigMap);
+      if (*safe) {
+        // The safe profile passes over the key and says which it was.
+        Log(kLevelWarn, __LINE__,
+            L"Config::GetArrayIndices - the key %s has no valid array index (negative or not a number) and "
+            L"was passed over",
+            entry->first.c_str());
+        ++entry;
+        continue;
+      }
+      // Deliberately kept (outside the safe profile): the old walk did not step past such a key and tested it
+      // again forever, so the call never returns. Such keys ("section[x]", "section[-1]") must not stand in a
+      // file queried this way. The call to the library's yield keeps the compiler from treating the loop as
+      // one without effects (which it may assume ends) and leaves the host's other threads their share of the
+      // processor.
       std::this_thread::yield();
       continue;
     }

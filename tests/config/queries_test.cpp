@@ -15,6 +15,7 @@
 #include "logging/library_log.h"
 #include "logging/log_levels.h"
 #include "support/config_file.h"
+#include "support/environment.h"
 #include "support/temp_dir.h"
 
 namespace Tavro_KVO_Util {
@@ -23,6 +24,7 @@ namespace {
 using internal::kLevelDebug;
 using internal::kLevelError;
 using internal::kLevelInfo;
+using internal::kLevelWarn;
 using internal::ReportRecorderForTesting;
 using Messages = std::vector<std::wstring>;
 using Section = std::map<std::wstring, std::wstring>;
@@ -153,6 +155,54 @@ TEST(ConfigQueriesDeathTest, ArrayIndicesNeverReturnForAnIndexThatIsNotANumber) 
 
 TEST(ConfigQueriesDeathTest, ArrayIndicesNeverReturnForANegativeIndex) {
   ExpectArrayIndicesNeverReturn(L"/A[-1]/x=1\r\n/A[1]/x=2\r\n");
+}
+
+// Only "1" and "true" switch the safe profile on; any other value keeps the old walk.
+TEST(ConfigQueriesDeathTest, ArrayIndicesStillNeverReturnWhenTheSafeProfileIsSwitchedOffByName) {
+  const testing::ScopedEnvironmentVariable variable("KVO_SAFE_PROFILE", "0");
+  ExpectArrayIndicesNeverReturn(L"/A[1]/x=1\r\n/A[x]/y=2\r\n/Tavro/MedivaneSDK/SafeProfile=false\r\n");
+}
+
+// The safe profile: such keys are passed over with one WARN each, and the call answers with the
+// indices it found.
+constexpr wchar_t kBadIndexFile[] = L"/A[-1]/x=neg\r\n/A[1]/x=one\r\n/A[2]/x=two\r\n/A[x]/y=word\r\n";
+
+void ExpectBadIndicesPassedOver(const std::wstring& text) {
+  testing::TempDir dir;
+  const auto config = Load(dir, text);
+  Indices indices;
+  ReportRecorderForTesting recorder;
+  EXPECT_EQ(config->GetArrayIndices(L"/A", indices), CFG_SUCCESS);
+  EXPECT_EQ(indices, (Indices{1, 2}));
+  EXPECT_EQ(
+      recorder.Messages(kLevelWarn),
+      (Messages{L"Config::GetArrayIndices - the key /A[-1]/x has no valid array index (negative or not a "
+                L"number) and was passed over",
+                L"Config::GetArrayIndices - the key /A[x]/y has no valid array index (negative or not a "
+                L"number) and was passed over"}));
+}
+
+TEST(ConfigQueries, ArrayIndicesInTheSafeProfileFromTheEnvironmentPassOverKeysWithoutAValidIndex) {
+  const testing::ScopedEnvironmentVariable variable("KVO_SAFE_PROFILE", "1");
+  ExpectBadIndicesPassedOver(kBadIndexFile);
+}
+
+TEST(ConfigQueries, ArrayIndicesInTheSafeProfileFromTheConfigurationPassOverKeysWithoutAValidIndex) {
+  const testing::ScopedEnvironmentVariable variable("KVO_SAFE_PROFILE", std::nullopt);
+  ExpectBadIndicesPassedOver(std::wstring(kBadIndexFile) + L"/Tavro/MedivaneSDK/SafeProfile=true\r\n");
+}
+
+TEST(ConfigQueries, ArrayIndicesInTheSafeProfileWithOnlyBadKeysFindNothing) {
+  const testing::ScopedEnvironmentVariable variable("KVO_SAFE_PROFILE", "1");
+  testing::TempDir dir;
+  const auto config = Load(dir, L"/A[x]/y=word\r\n");
+  Indices indices;
+  ReportRecorderForTesting recorder;
+  EXPECT_EQ(config->GetArrayIndices(L"/A", indices), CFG_NOT_FOUND);
+  EXPECT_TRUE(indices.empty());
+  EXPECT_EQ(recorder.Messages(kLevelWarn).size(), 1u);
+  EXPECT_EQ(recorder.Messages(kLevelInfo),
+            Messages{L"Could not get array indices from the following section: /A"});
 }
 
 // ---- GetSection ----

@@ -1,0 +1,19 @@
+#include "config/safe_profile.h"
+
+#include "platform/environment.h"
+
+namespace Tavro_KVO_Util::internal {
+
+bool SafeProfileInEnvironment() {
+  std::wstring value;
+  // A variable that does not exist stays "%KVO_SAFE_PROFILE%", which is not "1".
+  return platform::ExpandEnvironmentText(L"%KVO_SAFE_PROFILE%", 64, value) && value == L"1";
+}
+
+bool SafeProfileOn(const std::map<std::wstring, std::wstring>& settings) {
+  if (SafeProfileInEnvironment()) return true;
+  const auto key = settings.find(kSafeProfileKey);
+  return key != settings.end() && key->second == L"true";
+}
+
+}  // namespace Tavro_KVO_Util::internal

@@ -1,0 +1,26 @@
+// The safe profile: one opt-in switch that turns off hazards the library otherwise keeps on
+// purpose, because the programs built on it depend on them (see the README, "Safe profile").
+//
+// It is on when the environment variable KVO_SAFE_PROFILE is "1" (which works without a
+// configuration file), or when the shared configuration holds
+// "/Tavro/MedivaneSDK/SafeProfile=true". Anything else leaves today's behaviour exactly as it is.
+#ifndef TAVROMEDIVANEUTIL_CONFIG_SAFE_PROFILE_H
+#define TAVROMEDIVANEUTIL_CONFIG_SAFE_PROFILE_H
+
+#include <map>
+#include <string>
+
+namespace Tavro_KVO_Util::internal {
+
+constexpr wchar_t kSafeProfileKey[] = L"/Tavro/MedivaneSDK/SafeProfile";
+
+// True when KVO_SAFE_PROFILE is exactly "1".
+bool SafeProfileInEnvironment();
+
+// True when the environment asks for it, or `settings` (a store's effective values) holds the key
+// with the value "true" exactly. Reads no file and logs nothing.
+bool SafeProfileOn(const std::map<std::wstring, std::wstring>& settings);
+
+}  // namespace Tavro_KVO_Util::internal
+
+#endif  // TAVROMEDIVANEUTIL_CONFIG_SAFE_PROFILE_H
