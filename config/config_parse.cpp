@@ -4,6 +4,7 @@
 
 #include "Config.h"
 #include "OsAutoLock.h"
+#include "config/safe_profile.h"
 #include "config/text_decoding.h"
 #include "logging/log_levels.h"
 #include "platform/file.h"
@@ -26,8 +27,12 @@ std::wstring TrimBlanks(const std::wstring& text, std::size_t begin, std::size_t
 }
 
 // Opens the file, trying again after a pause while another process holds it. The pause follows
-// every failed attempt, the last one included.
+// every failed attempt, the last one included. The safe profile's logger asks for one attempt.
 bool OpenWithRetries(const wchar_t* path, platform::ReadableFile& file) {
+  if (internal::SingleOpenAttemptRequested()) {
+    int error = 0;
+    return file.Open(path, error);
+  }
   for (int attempt = 0; attempt < kOpenAttempts; ++attempt) {
     int error = 0;
     if (file.Open(path, error)) return true;

@@ -3,6 +3,11 @@
 #include "platform/environment.h"
 
 namespace Tavro_KVO_Util::internal {
+namespace {
+
+thread_local bool tSingleOpenAttempt = false;
+
+}  // namespace
 
 bool SafeProfileInEnvironment() {
   std::wstring value;
@@ -15,5 +20,11 @@ bool SafeProfileOn(const std::map<std::wstring, std::wstring>& settings) {
   const auto key = settings.find(kSafeProfileKey);
   return key != settings.end() && key->second == L"true";
 }
+
+SingleOpenAttempt::SingleOpenAttempt() : mOuter(tSingleOpenAttempt) { tSingleOpenAttempt = true; }
+
+SingleOpenAttempt::~SingleOpenAttempt() { tSingleOpenAttempt = mOuter; }
+
+bool SingleOpenAttemptRequested() { return tSingleOpenAttempt; }
 
 }  // namespace Tavro_KVO_Util::internal

@@ -21,6 +21,23 @@ bool SafeProfileInEnvironment();
 // with the value "true" exactly. Reads no file and logs nothing.
 bool SafeProfileOn(const std::map<std::wstring, std::wstring>& settings);
 
+// While one is alive, a store's parse on the same thread opens its file once, without the pauses
+// and further attempts that otherwise wait out another process's replacement of the file (the
+// safe profile's logger, which must not wait a second at every call when the file is missing).
+class SingleOpenAttempt {
+ public:
+  SingleOpenAttempt();
+  ~SingleOpenAttempt();
+  SingleOpenAttempt(const SingleOpenAttempt&) = delete;
+  SingleOpenAttempt& operator=(const SingleOpenAttempt&) = delete;
+
+ private:
+  bool mOuter;
+};
+
+// True while a SingleOpenAttempt is alive on this thread.
+bool SingleOpenAttemptRequested();
+
 }  // namespace Tavro_KVO_Util::internal
 
 #endif  // TAVROMEDIVANEUTIL_CONFIG_SAFE_PROFILE_H

@@ -141,6 +141,7 @@ class TAVRO_KVO_UTIL_API Logger {
   bool DeleteOldFile(const Settings& settings);
   long long GetDiskSpaceFree(const wchar_t* path) const;
   void KeepDefaultLogFileName();
+  bool ReloadAtMostOnceASecond();
 
   bool AreaExists(const wchar_t* area) const;
   void ClearAreaList();
@@ -161,6 +162,11 @@ class TAVRO_KVO_UTIL_API Logger {
   std::vector<DebugArea> mDebugAreas;
   Config* mConfig;
   mutable OsCriticalSection mCritSect;
+  // The safe profile's look for a missing configuration file (at most once a second): the
+  // steady-clock millisecond of the last look that failed, 0 after one that succeeded. Only the
+  // library makes a Logger, so its callers never depend on its size.
+  std::atomic<long long> mConfigMissedAtMs;
+  bool mSafeProfileFromEnvironment;  // KVO_SAFE_PROFILE=1 when the logger was made
 
   friend class LoggerInternals;  // the library's own classes report through LogFmtVA
   friend class LoggerTestPeer;   // white-box tests read the settings

@@ -1,12 +1,15 @@
 // Logger: the singleton, its settings from the configuration file, and the write rule.
 #include "Logger.h"
 
+#include <chrono>
 #include <memory>
 #include <new>
+#include <optional>
 #include <vector>
 
 #include "Config.h"
 #include "OsAutoLock.h"
+#include "config/safe_profile.h"
 #include "logging/event_log_report.h"
 #include "logging/log_levels.h"
 #include "logging/logger_process_state.h"
@@ -69,7 +72,9 @@ Logger::Logger()
     : mSettings(std::make_shared<const Settings>()),
       DefaultLevel(kLevelDebug),
       mLogFilePath{},
-      mConfig(nullptr) {
+      mConfig(nullptr),
+      mConfigMissedAtMs(0),
+      mSafeProfileFromEnvironment(internal::SafeProfileInEnvironment()) {
   if (!GetConfig(false))
     ReportToEventLog(L"Error getting Config using the default parameters", platform::kEventError);
   if (!makenewdir(CurrentSettings()->LogFileLocation.c_str()))
@@ -87,12 +92,19 @@ bool Logger::GetConfig(bool force) {
   OsAutoLock lock(&mCritSect);
   bool madeNow = false;
   if (mConfig == nullptr) {
+    // The store reads its file as it is made: in the safe profile, once.
+    std::optional<internal::SingleOpenAttempt> once;
+    if (mSafeProfileFromEnvironment) once.emplace();
     // Logging and writing off: the logger's own store must never log into the logger.
     mConfig = new (std::nothrow) Config(/*logging=*/false, /*writable=*/false);
     if (mConfig == nullptr) return false;
     madeNow = true;
   }
-  if (mConfig->Reload(false) != CFG_SUCCESS) return true;  // keep the settings we have
+  if (mSafeProfileFromEnvironment || mSettings->SafeProfile) {
+    if (!ReloadAtMostOnceASecond()) return true;  // keep the settings we have
+  } else if (mConfig->Reload(false) != CFG_SUCCESS) {
+    return true;  // keep the settings we have
+  }
   if (!force && !madeNow && !mConfig->WasReloaded()) return true;
   try {
     // A new value, so that entries still working from the old one keep it intact.
@@ -102,6 +114,24 @@ bool Logger::GetConfig(bool force) {
   } catch (const std::bad_alloc&) {
     // Out of memory: the settings we have stay in force until the next change is read.
   }
+  return true;
+}
+
+// The safe profile: a configuration file that cannot be read is looked for once, without the
+// store's five attempts 200 ms apart, and not again for a second; the calls in between keep the
+// settings they have and do not wait.
+bool Logger::ReloadAtMostOnceASecond() {
+  const long long now = std::chrono::duration_cast<std::chrono::milliseconds>(
+                            std::chrono::steady_clock::now().time_since_epoch())
+                            .count();
+  const long long missed = mConfigMissedAtMs.load();
+  if (missed != 0 && now - missed < 1000) return false;
+  const internal::SingleOpenAttempt once;
+  if (mConfig->Reload(false) != CFG_SUCCESS) {
+    mConfigMissedAtMs.store(now == 0 ? 1 : now);
+    return false;
+  }
+  mConfigMissedAtMs.store(0);
   return true;
 }
 
@@ -199,6 +229,11 @@ void Logger::ReadSettings(Settings& settings) {
   } else {
     ReportSettingsError(L"Error getting write errors to event log setting from Configuration");
   }
+
+  // Read without reporting: a file without the key is the usual case.
+  std::wstring safe;
+  settings.SafeProfile =
+      config.GetParameter(internal::kSafeProfileKey, safe) == CFG_SUCCESS && safe == L"true";
 
   ReadDebugAreas();
 }

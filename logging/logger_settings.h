@@ -18,6 +18,7 @@ struct Logger::Settings {
   bool pauseLogging = false;
   std::wstring LogFileLocation;  // at most 260 characters; fixed once it is not empty
   std::wstring LogFileName;      // at most 260 characters; "KVO.log" is filled in on first use
+  bool SafeProfile = false;      // "/Tavro/MedivaneSDK/SafeProfile=true" (config/safe_profile.h)
 };
 
 }  // namespace Tavro_KVO_Util
