@@ -1,11 +1,14 @@
 #include "config/safe_profile.h"
 
+#include <atomic>
+
 #include "platform/environment.h"
 
 namespace Tavro_KVO_Util::internal {
 namespace {
 
 thread_local bool tSingleOpenAttempt = false;
+std::atomic<bool> gInConfiguration{false};
 
 }  // namespace
 
@@ -20,6 +23,10 @@ bool SafeProfileOn(const std::map<std::wstring, std::wstring>& settings) {
   const auto key = settings.find(kSafeProfileKey);
   return key != settings.end() && key->second == L"true";
 }
+
+void NoteSafeProfileInConfiguration(bool on) { gInConfiguration.store(on); }
+
+bool SafeProfileActive() { return gInConfiguration.load() || SafeProfileInEnvironment(); }
 
 SingleOpenAttempt::SingleOpenAttempt() : mOuter(tSingleOpenAttempt) { tSingleOpenAttempt = true; }
 

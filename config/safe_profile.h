@@ -21,6 +21,14 @@ bool SafeProfileInEnvironment();
 // with the value "true" exactly. Reads no file and logs nothing.
 bool SafeProfileOn(const std::map<std::wstring, std::wstring>& settings);
 
+// The logger notes here whether the shared configuration switches the profile on, each time it
+// reads its settings, so that code that reads no configuration itself (the event-log report)
+// follows the same switch.
+void NoteSafeProfileInConfiguration(bool on);
+
+// True when the environment asks for the profile, or the configuration did when last noted.
+bool SafeProfileActive();
+
 // While one is alive, a store's parse on the same thread opens its file once, without the pauses
 // and further attempts that otherwise wait out another process's replacement of the file (the
 // safe profile's logger, which must not wait a second at every call when the file is missing).

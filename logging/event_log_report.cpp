@@ -2,6 +2,7 @@
 
 #include <atomic>
 
+#include "config/safe_profile.h"
 #include "platform/event_log.h"
 
 namespace Tavro_KVO_Util {
@@ -24,7 +25,9 @@ void CXEventLog::Report(const wchar_t* message, unsigned short eventType) {
     recorder->Record({message, eventType});
     return;
   }
-  platform::ReportEvent(mSourceName, message, eventType);
+  platform::ReportEvent(mSourceName, message, eventType,
+                        internal::SafeProfileActive() ? platform::SourceRegistration::kOncePerProcess
+                                                      : platform::SourceRegistration::kBeforeEveryReport);
 }
 
 void ReportToEventLog(const wchar_t* message, unsigned short eventType) {

@@ -234,6 +234,7 @@ void Logger::ReadSettings(Settings& settings) {
   std::wstring safe;
   settings.SafeProfile =
       config.GetParameter(internal::kSafeProfileKey, safe) == CFG_SUCCESS && safe == L"true";
+  internal::NoteSafeProfileInConfiguration(settings.SafeProfile);
 
   ReadDebugAreas();
 }

@@ -1,5 +1,6 @@
 #include "logging/logger_process_state.h"
 
+#include "config/safe_profile.h"
 #include "logging/event_log_report.h"
 #include "logging/logger_internals.h"
 #include "platform/event_log.h"
@@ -19,6 +20,10 @@ void ReportOnce(bool& reported, const wchar_t* message) {
   ReportToEventLog(message, platform::kEventError);
 }
 
-void ResetLoggerProcessStateForTesting() { gState = LoggerProcessState(); }
+void ResetLoggerProcessStateForTesting() {
+  gState = LoggerProcessState();
+  internal::NoteSafeProfileInConfiguration(false);
+  platform::ForgetSourceRegistrationsForTesting();
+}
 
 }  // namespace Tavro_KVO_Util

@@ -18,10 +18,23 @@ constexpr unsigned short kEventError = 1;
 constexpr unsigned short kEventWarning = 2;
 constexpr unsigned short kEventInformation = 4;
 
+// How a report registers its source (Windows; Linux's syslog has nothing to register).
+enum class SourceRegistration {
+  // The key's values are written before every report (kept: programs have always done so).
+  kBeforeEveryReport,
+  // The safe profile: once per process and source, and not at all when the key already holds
+  // the right values, so that a source the installer registered works for standard users too.
+  kOncePerProcess,
+};
+
 // Writes one record. False when nothing could be reported: on Windows when the source cannot be
 // registered or the system refuses the record, on Linux when no syslog daemon takes the record
 // (never visible to the logger's callers).
-bool ReportEvent(const std::wstring& source, const std::wstring& message, unsigned short eventType);
+bool ReportEvent(const std::wstring& source, const std::wstring& message, unsigned short eventType,
+                 SourceRegistration registration = SourceRegistration::kBeforeEveryReport);
+
+// Forgets which sources kOncePerProcess has registered, as a new process would (tests).
+void ForgetSourceRegistrationsForTesting();
 
 }  // namespace Tavro_KVO_Util::platform
 

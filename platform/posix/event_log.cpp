@@ -77,7 +77,8 @@ bool Send(const std::string& path, int type, const std::string& record) {
 
 }  // namespace
 
-bool ReportEvent(const std::wstring& source, const std::wstring& message, unsigned short eventType) {
+bool ReportEvent(const std::wstring& source, const std::wstring& message, unsigned short eventType,
+                 SourceRegistration /*registration*/) {
   std::string record;
   if (!RecordHead(eventType, record)) return false;
   record += WideToUtf8(source) + "[" + std::to_string(::getpid()) + "]: " + WideToUtf8(message);
@@ -87,6 +88,8 @@ bool ReportEvent(const std::wstring& source, const std::wstring& message, unsign
   if (Send(path, SOCK_DGRAM, record)) return true;
   return errno == EPROTOTYPE && Send(path, SOCK_STREAM, record);
 }
+
+void ForgetSourceRegistrationsForTesting() {}
 
 SyslogSocketForTesting::SyslogSocketForTesting(const std::string& path) : mPath(path) {
   const std::lock_guard<std::mutex> guard(gSocketLock);

@@ -4,6 +4,9 @@
 
 #include "platform/event_log.h"
 
+#include <mutex>
+#include <set>
+
 #include "platform/win32/unique_owners.h"
 #include "platform/win32/windows_include.h"
 
@@ -58,10 +61,49 @@ bool RegisterSource(const std::wstring& source) {
   return true;
 }
 
+// The sources registered by kOncePerProcess in this process.
+std::mutex gRegisteredLock;
+std::set<std::wstring> gRegistered;
+
+// True when the source's key holds the module path and the event types this library writes.
+bool HoldsTheRightValues(const std::wstring& source) {
+  std::wstring modulePath;
+  if (!MessageModulePath(modulePath)) return false;
+  const std::wstring keyPath = kSourcesKey + source;
+  wchar_t messageFile[520] = {};
+  DWORD size = sizeof messageFile;
+  if (RegGetValueW(HKEY_LOCAL_MACHINE, keyPath.c_str(), L"EventMessageFile", RRF_RT_REG_SZ,
+                   /*pdwType=*/nullptr, messageFile, &size) != ERROR_SUCCESS ||
+      modulePath != messageFile) {
+    return false;
+  }
+  DWORD types = 0;
+  size = sizeof types;
+  return RegGetValueW(HKEY_LOCAL_MACHINE, keyPath.c_str(), L"TypesSupported", RRF_RT_REG_DWORD,
+                      /*pdwType=*/nullptr, &types, &size) == ERROR_SUCCESS &&
+         types == kTypesSupported;
+}
+
+bool RegisterSourceOnce(const std::wstring& source) {
+  const std::lock_guard<std::mutex> hold(gRegisteredLock);
+  if (gRegistered.count(source) != 0) return true;
+  if (!HoldsTheRightValues(source) && !RegisterSource(source)) return false;
+  gRegistered.insert(source);
+  return true;
+}
+
 }  // namespace
 
-bool ReportEvent(const std::wstring& source, const std::wstring& message, unsigned short eventType) {
-  if (!RegisterSource(source)) return false;
+void ForgetSourceRegistrationsForTesting() {
+  const std::lock_guard<std::mutex> hold(gRegisteredLock);
+  gRegistered.clear();
+}
+
+bool ReportEvent(const std::wstring& source, const std::wstring& message, unsigned short eventType,
+                 SourceRegistration registration) {
+  const bool registered = registration == SourceRegistration::kOncePerProcess ? RegisterSourceOnce(source)
+                                                                              : RegisterSource(source);
+  if (!registered) return false;
   const UniqueEventSource eventSource(RegisterEventSourceW(/*lpUNCServerName=*/nullptr, source.c_str()));
   if (!eventSource) return false;
   const wchar_t* strings[] = {message.c_str()};

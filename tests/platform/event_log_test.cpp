@@ -8,6 +8,9 @@
 
 #ifdef _WIN32
 #include "platform/win32/windows_include.h"
+// clang-format off
+#include <sddl.h>
+// clang-format on
 // <windows.h> turns ReportEvent into ReportEventW; the tests call the library's ReportEvent.
 #undef ReportEvent
 #else
@@ -65,6 +68,92 @@ TEST_F(EventLogRegistration, ReportRegistersTheSourceWithTheModuleHoldingTheCode
                          /*pdwType=*/nullptr, &types, &size),
             ERROR_SUCCESS);
   EXPECT_EQ(types, 31u);
+}
+
+bool HasMessageFile(const std::wstring& key) {
+  return RegGetValueW(HKEY_LOCAL_MACHINE, key.c_str(), L"EventMessageFile", RRF_RT_REG_SZ, nullptr, nullptr,
+                      nullptr) == ERROR_SUCCESS;
+}
+
+void DeleteMessageFile(const std::wstring& key) {
+  ASSERT_EQ(RegDeleteKeyValueW(HKEY_LOCAL_MACHINE, key.c_str(), L"EventMessageFile"), ERROR_SUCCESS);
+}
+
+TEST_F(EventLogRegistration, ByDefaultEveryReportWritesTheValuesAgain) {
+  ASSERT_TRUE(ReportEvent(mSource, L"first", kEventInformation));
+  DeleteMessageFile(mKey);
+  ASSERT_TRUE(ReportEvent(mSource, L"second", kEventInformation));
+  EXPECT_TRUE(HasMessageFile(mKey));
+}
+
+TEST_F(EventLogRegistration, OncePerProcessRegistersTheSourceOnlyAtTheFirstReport) {
+  ForgetSourceRegistrationsForTesting();
+  ASSERT_TRUE(ReportEvent(mSource, L"first", kEventInformation, SourceRegistration::kOncePerProcess));
+  EXPECT_TRUE(HasMessageFile(mKey));
+  DeleteMessageFile(mKey);
+  EXPECT_TRUE(ReportEvent(mSource, L"second", kEventInformation, SourceRegistration::kOncePerProcess));
+  EXPECT_FALSE(HasMessageFile(mKey));
+}
+
+// While alive, the key can be read but not written, as HKLM is for a standard user: its DACL
+// grants everyone KEY_READ and nothing more (its owner may still change the DACL back).
+class ReadOnlyKey {
+ public:
+  explicit ReadOnlyKey(const std::wstring& key) : mKey(key) { mApplied = SetDacl(L"D:(A;;KR;;;WD)"); }
+  ~ReadOnlyKey() { SetDacl(L"D:(A;;KA;;;WD)"); }
+  ReadOnlyKey(const ReadOnlyKey&) = delete;
+  ReadOnlyKey& operator=(const ReadOnlyKey&) = delete;
+  bool Applied() const { return mApplied; }
+
+ private:
+  bool SetDacl(const wchar_t* sddl) {
+    PSECURITY_DESCRIPTOR descriptor = nullptr;
+    if (!ConvertStringSecurityDescriptorToSecurityDescriptorW(sddl, SDDL_REVISION_1, &descriptor, nullptr))
+      return false;
+    HKEY opened = nullptr;
+    bool set = false;
+    if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, mKey.c_str(), 0, WRITE_DAC, &opened) == ERROR_SUCCESS) {
+      set = RegSetKeySecurity(opened, DACL_SECURITY_INFORMATION, descriptor) == ERROR_SUCCESS;
+      RegCloseKey(opened);
+    }
+    LocalFree(descriptor);
+    return set;
+  }
+
+  std::wstring mKey;
+  bool mApplied = false;
+};
+
+// A source the installer registered, in a key the program may not write: the default
+// registration fails there and nothing is reported; once per process it only reads the key,
+// finds the right values, and reports.
+TEST_F(EventLogRegistration, OncePerProcessWritesNothingWhenTheKeyHoldsTheRightValues) {
+  ASSERT_TRUE(ReportEvent(mSource, L"as an installer would have it", kEventInformation));
+  const ReadOnlyKey readOnly(mKey);
+  ASSERT_TRUE(readOnly.Applied());
+  EXPECT_FALSE(ReportEvent(mSource, L"default", kEventInformation));
+  ForgetSourceRegistrationsForTesting();  // a new process
+  EXPECT_TRUE(ReportEvent(mSource, L"safe", kEventInformation, SourceRegistration::kOncePerProcess));
+}
+
+TEST_F(EventLogRegistration, OncePerProcessRewritesValuesThatAreWrong) {
+  HKEY created = nullptr;
+  ASSERT_EQ(RegCreateKeyExW(HKEY_LOCAL_MACHINE, mKey.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
+                            &created, nullptr),
+            ERROR_SUCCESS);
+  const wchar_t old[] = L"C:\\Old\\TavroMedivaneUtil.dll";
+  RegSetValueExW(created, L"EventMessageFile", 0, REG_SZ, reinterpret_cast<const BYTE*>(old), sizeof old);
+  RegCloseKey(created);
+  ForgetSourceRegistrationsForTesting();
+  ASSERT_TRUE(ReportEvent(mSource, L"safe", kEventInformation, SourceRegistration::kOncePerProcess));
+  wchar_t program[MAX_PATH + 1] = {};
+  ASSERT_NE(GetModuleFileNameW(/*hModule=*/nullptr, program, MAX_PATH), 0u);
+  wchar_t messageFile[1024] = {};
+  DWORD size = sizeof messageFile;
+  ASSERT_EQ(RegGetValueW(HKEY_LOCAL_MACHINE, mKey.c_str(), L"EventMessageFile", RRF_RT_REG_SZ, nullptr,
+                         messageFile, &size),
+            ERROR_SUCCESS);
+  EXPECT_EQ(std::wstring(messageFile), std::wstring(program));
 }
 
 TEST_F(EventLogRegistration, EveryEventTypeIsReported) {
