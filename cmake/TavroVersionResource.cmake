@@ -4,10 +4,10 @@
 # FILE_TYPE is VFT_DLL or VFT_APP; VERSION is MAJOR.MINOR.PATCH. The installer's upgrade test
 # builds the same binaries again under the next version, which is why the version is an argument.
 function(tavro_version_resource target file_name file_type description version)
-  string(REPLACE "." ";" parts ${version})
-  list(GET parts 0 rc_major)
-  list(GET parts 1 rc_minor)
-  list(GET parts 2 rc_patch)
+  string(REPLACE "." ";" numbers ${version})
+  list(GET numbers 0 rc_major)
+  list(GET numbers 1 rc_minor)
+  list(GET numbers 2 rc_patch)
   set(rc_version ${version})
   set(rc_file_type ${file_type})
   set(rc_file_name ${file_name})

@@ -15,9 +15,9 @@
 //   WindowSize        RELP messages awaiting an answer, 1-16384 (default 4096)
 //
 // A key that is missing or unusable keeps its default. The service (mvutil ship --service) ships
-// only when CollectorHost is set: without it a newly installed tablet has nowhere to send to. The destination is three keys rather than
-// one URL because a value in the configuration file ends at "//" (the rest is a comment); the
-// three make the URL "Protocol://CollectorHost:CollectorPort".
+// only when CollectorHost is set: without it a newly installed tablet has nowhere to send to. The destination
+// is three keys rather than one URL because a value in the configuration file ends at "//" (the rest is a
+// comment); the three make the URL "Protocol://CollectorHost:CollectorPort".
 #ifndef TAVROMEDIVANEUTIL_SHIPPING_SHIPPING_SETTINGS_H
 #define TAVROMEDIVANEUTIL_SHIPPING_SHIPPING_SETTINGS_H
 
@@ -37,13 +37,13 @@ constexpr std::size_t kMaxWindow = 16384;
 constexpr char kStateFileSuffix[] = ".ship-state";
 
 struct ShippingSettings {
-  std::string destination;          // the URL the three keys make
+  std::string destination;           // the URL the three keys make
   bool collectorConfigured = false;  // CollectorHost is set (not missing, not empty)
-  std::filesystem::path caFile;     // empty: none
-  std::filesystem::path certFile;   // empty: none
-  std::filesystem::path keyFile;    // empty: none
-  std::filesystem::path stateFile;  // empty: the log's path with kStateFileSuffix
-  std::string hostname;             // empty: the computer's name
+  std::filesystem::path caFile;      // empty: none
+  std::filesystem::path certFile;    // empty: none
+  std::filesystem::path keyFile;     // empty: none
+  std::filesystem::path stateFile;   // empty: the log's path with kStateFileSuffix
+  std::string hostname;              // empty: the computer's name
   int facility = 16;
   bool startAtEnd = false;
   std::string enterpriseNumber = "32473";

@@ -5,8 +5,9 @@ namespace Tavro_KVO_Util::platform {
 ServiceRun RunAsService(const std::wstring& /*name*/, const std::function<int()>& /*work*/, int& exitCode,
                         std::string& why) {
   exitCode = 0;
-  why = "there is no Windows service control manager on this system; run the command itself (under "
-        "systemd, say)";
+  why =
+      "there is no Windows service control manager on this system; run the command itself (under "
+      "systemd, say)";
   return ServiceRun::kFailed;
 }
 

@@ -52,7 +52,8 @@ DWORD WINAPI OnControl(DWORD control, DWORD /*eventType*/, void* /*eventData*/, 
 }
 
 void WINAPI ServiceMain(DWORD /*argc*/, wchar_t** /*argv*/) {
-  gService.statusHandle = RegisterServiceCtrlHandlerExW(gService.name.c_str(), OnControl, /*lpContext=*/nullptr);
+  gService.statusHandle =
+      RegisterServiceCtrlHandlerExW(gService.name.c_str(), OnControl, /*lpContext=*/nullptr);
   if (gService.statusHandle == nullptr) return;
   ReportStatus(SERVICE_RUNNING);
   gService.exitCode = (*gService.work)();

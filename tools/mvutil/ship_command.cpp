@@ -204,7 +204,8 @@ int RunShipCommand(const Args& args, Io& io) {
   }
   int exitCode = kExitOk;
   std::string why;
-  switch (platform::RunAsService(kServiceName, [&parsed] { return ShipAsService(parsed); }, exitCode, why)) {
+  switch (platform::RunAsService(
+      kServiceName, [&parsed] { return ShipAsService(parsed); }, exitCode, why)) {
     case platform::ServiceRun::kRan:
       return exitCode;
     case platform::ServiceRun::kNotStartedByManager:
