@@ -5,6 +5,7 @@
 
 #include "Config.h"
 #include "OsAutoLock.h"
+#include "config/safe_profile.h"
 #include "config/stamp_text.h"
 #include "config/text_decoding.h"
 #include "logging/log_levels.h"
@@ -111,9 +112,16 @@ bool Config::WriteFile() {
         break;
     }
   }
+  // The safe profile never empties the file in place: a crash or power loss in that moment would
+  // leave every program on the tablet without its settings. Off, the file is emptied and written
+  // in place, as it always was.
+  const bool replace = internal::SafeProfileOn(mConfigMap);
   for (int attempt = 0; attempt < kWriteAttempts; ++attempt) {
     int error = 0;
-    if (platform::WriteWholeFile(mConfigFile, bytes, error)) return true;
+    if (replace ? platform::ReplaceWholeFile(mConfigFile, bytes, error)
+                : platform::WriteWholeFile(mConfigFile, bytes, error)) {
+      return true;
+    }
     std::this_thread::sleep_for(kRetryPause);
   }
   return false;

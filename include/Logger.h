@@ -132,6 +132,10 @@ class TAVRO_KVO_UTIL_API Logger {
   void ProcessPathByPID(wchar_t* buffer, unsigned long size) const;
   void Log_Info(const wchar_t* entry);
   void Log_Info(const wchar_t* entry, const Settings& settings);
+  // Log_Info after a writer died holding the log lock: the file's torn last line, if any, is cut
+  // back to the last whole entry first.
+  void Log_InfoAfterMending(const wchar_t* entry, const Settings& settings);
+  void AppendEntry(const wchar_t* entry, const Settings& settings, bool mendFirst);
 
   wchar_t* GetLogFileName();
   wchar_t* GetLogFileName(const Settings& settings);

@@ -6,12 +6,12 @@
 
 namespace Tavro_KVO_Util {
 
-platform::LogFile OpenLog(const wchar_t* path, LogFileActionType action) {
+platform::LogFile OpenLog(const wchar_t* path, LogFileActionType action, platform::LogFileUse use) {
   platform::LogFile file;
   if (path == nullptr || (action != LOG_FILE_APPEND && action != LOG_FILE_CREATE)) return file;
   bool created = false;
   int error = 0;
-  if (!file.OpenAlways(path, created, error)) {
+  if (!file.OpenAlways(path, created, error, use)) {
     ReportToEventLog(L"Error opening/creating log file.", platform::kEventError);
     return file;
   }
@@ -21,9 +21,9 @@ platform::LogFile OpenLog(const wchar_t* path, LogFileActionType action) {
   return file;
 }
 
-platform::LogFile logfilehandle(const wchar_t* path, LogFileActionType action) {
+platform::LogFile logfilehandle(const wchar_t* path, LogFileActionType action, platform::LogFileUse use) {
   if (action == LOG_FILE_CLOSE || path == nullptr) return platform::LogFile();
-  platform::LogFile file = OpenLog(path, action);
+  platform::LogFile file = OpenLog(path, action, use);
   // Shared with the create path of the file placement: one report per process.
   if (!file.IsOpen()) ReportOnce(ProcessState().openErrorReportedByOpen, L"Error opening log file");
   return file;

@@ -13,6 +13,7 @@
 #include "logging/log_stream.h"
 #include "logging/logger_process_state.h"
 #include "logging/logger_settings.h"
+#include "logging/torn_line.h"
 #include "platform/event_log.h"
 #include "platform/local_time.h"
 #include "platform/process_info.h"
@@ -27,6 +28,9 @@ constexpr unsigned kMutexWaitMilliseconds = 1000;
 // Substituted values pass through buffers of 256 characters: at most 255 reach the entry.
 constexpr std::size_t kValueLimit = 255;
 constexpr std::size_t kMessageCountLimit = 10000;
+constexpr wchar_t kWriterDiedHoldingTheLock[] =
+    L"A process died while it held the logging lock; the lock was taken over, a torn last line was cut "
+    L"back to the last whole entry, and logging goes on";
 
 const wchar_t* LevelName(int level) {
   switch (level) {
@@ -276,6 +280,15 @@ void Logger::WriteToLog(const wchar_t* area, int level, const wchar_t* message, 
                        platform::kEventError);
       break;
     case platform::WaitResult::kAbandoned:
+      if (mSafeProfileFromEnvironment || settings->SafeProfile) {
+        // The safe profile takes the lock over: mend, write, report (inside the lock, which
+        // guards the report-once flags) and give it back, so that other writers go on.
+        const MutexRelease release(mutex);
+        Log_InfoAfterMending(entry.c_str(), *settings);
+        ReportOnce(ProcessState().abandonedLockReported, kWriterDiedHoldingTheLock);
+        break;
+      }
+      [[fallthrough]];
     case platform::WaitResult::kFailed:
       // Also an abandoned mutex, now ours, is left unreleased and the entry dropped: the product
       // has always done so, and support tools know the message.
@@ -287,10 +300,20 @@ void Logger::WriteToLog(const wchar_t* area, int level, const wchar_t* message, 
 
 void Logger::Log_Info(const wchar_t* entry) { Log_Info(entry, *CurrentSettings()); }
 
-void Logger::Log_Info(const wchar_t* entry, const Settings& settings) {
+void Logger::Log_Info(const wchar_t* entry, const Settings& settings) { AppendEntry(entry, settings, false); }
+
+void Logger::Log_InfoAfterMending(const wchar_t* entry, const Settings& settings) {
+  AppendEntry(entry, settings, true);
+}
+
+void Logger::AppendEntry(const wchar_t* entry, const Settings& settings, bool mendFirst) {
   const wchar_t* path = GetLogFileName(settings);
   if (path == nullptr) return;  // nothing is to be written now (for example, low disk space)
-  platform::LogFile file = logfilehandle(path, LOG_FILE_APPEND);
+  platform::LogFile file = logfilehandle(
+      path, LOG_FILE_APPEND, mendFirst ? platform::LogFileUse::kAppendAfterMending : platform::LogFileUse::kAppend);
+  // A file that cannot be mended still gets the entry, joined to the torn line: a lost entry
+  // would be worse.
+  if (mendFirst && file.IsOpen()) CutTornLastLine(file);
   if (!file.IsOpen()) {
     // With the report in logfilehandle, the first failure reaches the event log twice (kept).
     ReportOnce(ProcessState().openErrorReportedByWrite, L"Error opening log file");

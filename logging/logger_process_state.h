@@ -18,6 +18,7 @@ struct LoggerProcessState {
   bool deleteErrorReported = false;
   bool writeErrorReported = false;   // an entry that could not be written whole (a full disk)
   bool outOfMemoryReported = false;  // an entry dropped because memory ran out while it was made
+  bool abandonedLockReported = false;  // safe profile: a writer died holding the log lock
   bool lowSpace = false;
   bool renameFailed = false;  // set, never reported (kept as it always was)
 };

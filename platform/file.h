@@ -45,6 +45,15 @@ bool CanOpenForReadingDenyingWriters(const std::wstring& path);
 // Creates or truncates `path` and writes `bytes`. One attempt; false with the OS code in `error`.
 bool WriteWholeFile(const std::wstring& path, const std::string& bytes, int& error);
 
+// Replaces `path` with a file of `bytes` so that a crash or a power loss at any moment leaves
+// either the old file whole or the new one: the bytes go to a temporary file beside it (its name
+// with ".<process id>.tmp" added, so that two processes never write the same one), which is
+// flushed to the disk and then renamed over `path` in one step (Windows: MoveFileExW with write-
+// through; Linux: rename after fsync, then the folder synced so that the rename lasts). Linux
+// gives the new file the old one's mode. One attempt; false with the OS code in `error`, the
+// temporary file removed and `path` as it was.
+bool ReplaceWholeFile(const std::wstring& path, const std::string& bytes, int& error);
+
 }  // namespace Tavro_KVO_Util::platform
 
 #endif  // TAVROMEDIVANEUTIL_PLATFORM_FILE_H

@@ -5,11 +5,18 @@
 #ifndef TAVROMEDIVANEUTIL_PLATFORM_LOG_FILE_H
 #define TAVROMEDIVANEUTIL_PLATFORM_LOG_FILE_H
 
+#include <cstddef>
 #include <string>
 
 #include "platform/owned_file.h"
 
 namespace Tavro_KVO_Util::platform {
+
+// What an open log file is for.
+enum class LogFileUse {
+  kAppend,             // entries are appended (every write)
+  kAppendAfterMending, // also read and cut short first (a writer died holding the log lock)
+};
 
 // The log file open for writing. Move-only; closes on destruction.
 class LogFile {
@@ -24,8 +31,19 @@ class LogFile {
   // with GENERIC_WRITE, no sharing, OPEN_ALWAYS, and a security descriptor with a null DACL so
   // that every user and service can write it; Linux open(O_WRONLY | O_APPEND | O_CREAT, 0666)
   // with an exclusive advisory lock. `created` is true when the file did not exist before. False with
-  // the OS error code in `error`.
-  bool OpenAlways(const wchar_t* path, bool& created, int& error);
+  // the OS error code in `error`. kAppendAfterMending also asks for read access, which ReadAt and
+  // CutBackTo need.
+  bool OpenAlways(const wchar_t* path, bool& created, int& error, LogFileUse use = LogFileUse::kAppend);
+
+  // The file's size in bytes. False when the OS cannot tell.
+  bool Size(unsigned long long& size) const;
+
+  // Reads up to `count` bytes from `offset` into `bytes` (fewer at the end of the file). Only for
+  // a file opened kAppendAfterMending. False on a read error.
+  bool ReadAt(unsigned long long offset, std::size_t count, std::string& bytes) const;
+
+  // Cuts the file back to its first `size` bytes. Only for a file opened kAppendAfterMending.
+  bool CutBackTo(unsigned long long size);
 
   // Writes `bytes` at the end of the file, whole or not at all: when only part of them could be
   // written (a full disk), the file is cut back to where it ended, and the result is false.

@@ -92,8 +92,8 @@ build/bench/bin/image_c_call_bench --smoke >/dev/null
 /usr/bin/python3 bench/ship_ratios.py --smoke >/dev/null
 
 # A crash, leak, hang or running out of memory fails.
-step "fuzz: ${TAVRO_FUZZ_SECONDS:-60} s per fuzzer"
-scripts/run-fuzzers.sh "${TAVRO_FUZZ_SECONDS:-60}"
+step "fuzz: ${TAVRO_FUZZ_SECONDS:-30} s per fuzzer"
+scripts/run-fuzzers.sh "${TAVRO_FUZZ_SECONDS:-30}"
 
 next_stage ""
 printf '\n==== all test suites passed ====\n'

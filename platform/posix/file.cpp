@@ -5,8 +5,10 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <string>
 
 #include "platform/posix/unique_fd.h"
+#include "platform/truncation_hook.h"
 #include "platform/posix/write_all.h"
 #include "platform/utf8.h"
 
@@ -62,6 +64,7 @@ bool WriteWholeFile(const std::wstring& path, const std::string& bytes, int& err
     error = errno;
     return false;
   }
+  RunAfterTruncationHook();
   std::size_t written = 0;
   if (!WriteAll(fd.get(), bytes.data(), bytes.size(), written)) {
     error = errno;
@@ -71,6 +74,38 @@ bool WriteWholeFile(const std::wstring& path, const std::string& bytes, int& err
     error = errno;
     return false;
   }
+  return true;
+}
+
+bool ReplaceWholeFile(const std::wstring& path, const std::string& bytes, int& error) {
+  const std::string target = WideToUtf8(path);
+  const std::string temporary = target + "." + std::to_string(::getpid()) + ".tmp";
+  // Fails on the first error, removing the temporary file and keeping errno.
+  const auto fail = [&] {
+    error = errno;
+    ::unlink(temporary.c_str());
+    return false;
+  };
+  {
+    UniqueFd fd(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
+    if (!fd) {
+      error = errno;
+      return false;
+    }
+    // The new file is the old one to everyone who uses it: same mode (the umask would narrow it).
+    struct stat old {};
+    if (::stat(target.c_str(), &old) == 0 && ::fchmod(fd.get(), old.st_mode & 07777) != 0) return fail();
+    RunAfterTruncationHook();
+    std::size_t written = 0;
+    if (!WriteAll(fd.get(), bytes.data(), bytes.size(), written) || ::fsync(fd.get()) != 0) return fail();
+    if (::close(fd.release()) != 0) return fail();
+  }
+  if (::rename(temporary.c_str(), target.c_str()) != 0) return fail();
+  // The rename is in the folder: sync it too, or a power loss could bring the old name back.
+  const std::size_t slash = target.rfind('/');
+  const std::string folder = slash == std::string::npos ? "." : slash == 0 ? "/" : target.substr(0, slash);
+  const UniqueFd directory(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (directory) ::fsync(directory.get());
   return true;
 }
 

@@ -22,16 +22,16 @@ const std::string kWorkingDirectory = ".";
 
 // Opens for writing, creating when missing, and says which happened. The create is exclusive,
 // because only the process whose exclusive create succeeds can be sure the file is new.
-UniqueFd OpenOrCreate(const std::string& path, bool& created) {
+UniqueFd OpenOrCreate(const std::string& path, bool& created, int accessMode) {
   // The file exists for all entries but the first after a roll, so opening comes first.
   for (int attempt = 0; attempt < 3; ++attempt) {
     // Append mode: every write lands at the end with no seek first, the BOM of a new file too.
-    UniqueFd fd(::open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC));
+    UniqueFd fd(::open(path.c_str(), accessMode | O_APPEND | O_CLOEXEC));
     if (fd || errno != ENOENT) {
       created = false;
       return fd;
     }
-    fd.reset(::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+    fd.reset(::open(path.c_str(), accessMode | O_APPEND | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
     if (fd) {
       created = true;
       // The umask narrows 0666; every user's processes write the same log.
@@ -46,9 +46,9 @@ UniqueFd OpenOrCreate(const std::string& path, bool& created) {
 
 }  // namespace
 
-bool LogFile::OpenAlways(const wchar_t* path, bool& created, int& error) {
+bool LogFile::OpenAlways(const wchar_t* path, bool& created, int& error, LogFileUse use) {
   bool isNew = false;
-  UniqueFd fd = OpenOrCreate(NarrowPath(path), isNew);
+  UniqueFd fd = OpenOrCreate(NarrowPath(path), isNew, use == LogFileUse::kAppendAfterMending ? O_RDWR : O_WRONLY);
   if (!fd) {
     error = errno;
     return false;
@@ -89,6 +89,38 @@ bool LogFile::Write(const std::string& bytes) {
   if (!mFile) return false;
   std::size_t written = 0;
   return WriteAll(static_cast<int>(mFile.get()), bytes.data(), bytes.size(), written);
+}
+
+bool LogFile::Size(unsigned long long& size) const {
+  struct stat info {};
+  if (!mFile || ::fstat(static_cast<int>(mFile.get()), &info) != 0) return false;
+  size = static_cast<unsigned long long>(info.st_size);
+  return true;
+}
+
+bool LogFile::ReadAt(unsigned long long offset, std::size_t count, std::string& bytes) const {
+  bytes.clear();
+  if (!mFile) return false;
+  bytes.resize(count);
+  std::size_t got = 0;
+  while (got < count) {
+    const ssize_t read = ::pread(static_cast<int>(mFile.get()), bytes.data() + got, count - got,
+                                 static_cast<off_t>(offset + got));
+    if (read < 0 && errno == EINTR) continue;
+    if (read < 0) return false;
+    if (read == 0) break;
+    got += static_cast<std::size_t>(read);
+  }
+  bytes.resize(got);
+  return true;
+}
+
+bool LogFile::CutBackTo(unsigned long long size) {
+  if (!mFile) return false;
+  int result = 0;
+  while ((result = ::ftruncate(static_cast<int>(mFile.get()), static_cast<off_t>(size))) != 0 && errno == EINTR) {
+  }
+  return result == 0;
 }
 
 void LogFile::Close() { mFile.reset(); }

@@ -4,6 +4,9 @@
 
 #include "platform/file.h"
 
+#include <string>
+
+#include "platform/truncation_hook.h"
 #include "platform/win32/unique_handle.h"
 #include "platform/win32/windows_include.h"
 #include "platform/win32/write_all.h"
@@ -58,6 +61,7 @@ bool WriteWholeFile(const std::wstring& path, const std::string& bytes, int& err
     error = static_cast<int>(GetLastError());
     return false;
   }
+  RunAfterTruncationHook();
   std::size_t written = 0;
   if (!WriteAll(file.get(), bytes.data(), bytes.size(), written)) {
     error = static_cast<int>(GetLastError());
@@ -66,6 +70,34 @@ bool WriteWholeFile(const std::wstring& path, const std::string& bytes, int& err
   if (!::CloseHandle(file.release())) {
     error = static_cast<int>(GetLastError());
     return false;
+  }
+  return true;
+}
+
+bool ReplaceWholeFile(const std::wstring& path, const std::string& bytes, int& error) {
+  const std::wstring temporary = path + L"." + std::to_wstring(GetCurrentProcessId()) + L".tmp";
+  // Fails on the first error, removing the temporary file and keeping the error code.
+  const auto fail = [&] {
+    error = static_cast<int>(GetLastError());
+    DeleteFileW(temporary.c_str());
+    return false;
+  };
+  {
+    UniqueFileHandle file(CreateFileW(temporary.c_str(), GENERIC_WRITE, /*dwShareMode=*/0,
+                                      /*lpSecurityAttributes=*/nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL,
+                                      /*hTemplateFile=*/nullptr));
+    if (!file) {
+      error = static_cast<int>(GetLastError());
+      return false;
+    }
+    RunAfterTruncationHook();
+    std::size_t written = 0;
+    if (!WriteAll(file.get(), bytes.data(), bytes.size(), written) || !FlushFileBuffers(file.get())) return fail();
+    if (!::CloseHandle(file.release())) return fail();
+  }
+  // One step, and on the disk before the call returns.
+  if (!MoveFileExW(temporary.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
+    return fail();
   }
   return true;
 }

@@ -16,10 +16,11 @@
 
 namespace Tavro_KVO_Util::platform {
 
-bool LogFile::OpenAlways(const wchar_t* path, bool& created, int& error) {
+bool LogFile::OpenAlways(const wchar_t* path, bool& created, int& error, LogFileUse use) {
   // Without the descriptor the file gets default security; it can still be written by us.
   NullDaclAttributes security;
-  UniqueFileHandle file(CreateFileW(path, GENERIC_WRITE, /*dwShareMode=*/0, security.get(), OPEN_ALWAYS,
+  const DWORD access = use == LogFileUse::kAppendAfterMending ? GENERIC_READ | GENERIC_WRITE : GENERIC_WRITE;
+  UniqueFileHandle file(CreateFileW(path, access, /*dwShareMode=*/0, security.get(), OPEN_ALWAYS,
                                     FILE_ATTRIBUTE_NORMAL, /*hTemplateFile=*/nullptr));
   if (!file) {
     error = static_cast<int>(GetLastError());
@@ -56,6 +57,42 @@ bool LogFile::Write(const std::string& bytes) {
   if (!SetFilePointerEx(file, zero, /*lpNewFilePointer=*/nullptr, FILE_END)) return false;
   std::size_t written = 0;
   return WriteAll(file, bytes.data(), bytes.size(), written);
+}
+
+bool LogFile::Size(unsigned long long& size) const {
+  if (!mFile) return false;
+  LARGE_INTEGER bytes{};
+  if (!GetFileSizeEx(AsHandle(mFile.get()), &bytes)) return false;
+  size = static_cast<unsigned long long>(bytes.QuadPart);
+  return true;
+}
+
+bool LogFile::ReadAt(unsigned long long offset, std::size_t count, std::string& bytes) const {
+  bytes.clear();
+  if (!mFile) return false;
+  const HANDLE file = AsHandle(mFile.get());
+  LARGE_INTEGER at{};
+  at.QuadPart = static_cast<LONGLONG>(offset);
+  if (!SetFilePointerEx(file, at, /*lpNewFilePointer=*/nullptr, FILE_BEGIN)) return false;
+  bytes.resize(count);
+  std::size_t got = 0;
+  while (got < count) {
+    DWORD read = 0;
+    const DWORD ask = static_cast<DWORD>(std::min<std::size_t>(count - got, 1u << 20));
+    if (!ReadFile(file, bytes.data() + got, ask, &read, /*lpOverlapped=*/nullptr)) return false;
+    if (read == 0) break;
+    got += read;
+  }
+  bytes.resize(got);
+  return true;
+}
+
+bool LogFile::CutBackTo(unsigned long long size) {
+  if (!mFile) return false;
+  const HANDLE file = AsHandle(mFile.get());
+  LARGE_INTEGER at{};
+  at.QuadPart = static_cast<LONGLONG>(size);
+  return SetFilePointerEx(file, at, /*lpNewFilePointer=*/nullptr, FILE_BEGIN) && SetEndOfFile(file);
 }
 
 void LogFile::Close() { mFile.reset(); }

@@ -17,8 +17,10 @@
 
 #include "logging/hook_mutex.h"
 #include "logging/logger_fixture.h"
+#include "platform/log_file.h"
 #include "platform/process_info.h"
 #include "support/child_process.h"
+#include "support/environment.h"
 
 namespace Tavro_KVO_Util {
 namespace {
@@ -32,6 +34,10 @@ constexpr int kEntriesPerWriter = 2000;
 constexpr int kMaxLogFileSize = 64 * 1024;
 constexpr int kBackups = 50;
 constexpr int kHoldMilliseconds = 1500;
+constexpr wchar_t kTornPart[] = L"I A half an ent";
+constexpr wchar_t kWriterDied[] =
+    L"A process died while it held the logging lock; the lock was taken over, a torn last line was cut "
+    L"back to the last whole entry, and logging goes on";
 
 // Exit codes of the children.
 constexpr int kChildOk = 0;
@@ -40,6 +46,13 @@ constexpr int kChildNoLock = 91;
 constexpr int kProbeTimedOut = 1;
 constexpr int kProbeAbandoned = 2;
 constexpr int kProbeFailed = 3;
+// What WaitForExit gives for a killed child: Linux reports the signal (-1); Windows the code
+// TerminateProcess was given.
+#ifdef _WIN32
+constexpr int kKilled = 137;
+#else
+constexpr int kKilled = -1;
+#endif
 
 std::filesystem::path InstallDirectory() {
   const char* dir = std::getenv("KVO_INSTALL_DIR");
@@ -83,6 +96,23 @@ int HoldLock(bool die) {
   return kChildOk;
 }
 
+// "tear": takes the log lock, appends the first part of an entry without its line end, signals,
+// and waits to be killed: a writer that dies in the middle of its entry.
+int TearAndWait() {
+  platform::NamedMutex& mutex = HookMutex::Instance().Mutex();
+  if (mutex.Wait(10000) != platform::WaitResult::kAcquired) return kChildNoLock;
+  platform::LogFile file;
+  bool created = false;
+  int error = 0;
+  const std::filesystem::path log = InstallDirectory() / "logs" / "test.log";
+  if (!file.OpenAlways(log.wstring().c_str(), created, error)) return kChildNoLock;
+  if (!file.Append(testing::Utf16LeUnits(kTornPart))) return kChildNoLock;
+  file.Close();
+  Signal(HeldSignal());
+  std::this_thread::sleep_for(std::chrono::seconds(60));
+  return kChildOk;  // not reached: the parent kills it
+}
+
 // "probe": what a third process gets when it waits 200 ms for the lock.
 int ProbeLock() {
   platform::NamedMutex& mutex = HookMutex::Instance().Mutex();
@@ -105,6 +135,7 @@ int RunChild(const std::string& argument) {
   if (argument == "hold") return HoldLock(/*die=*/false);
   if (argument == "die") return HoldLock(/*die=*/true);
   if (argument == "probe") return ProbeLock();
+  if (argument == "tear") return TearAndWait();
   int writer = 0;
   int count = 0;
   if (std::sscanf(argument.c_str(), "write,%d,%d", &writer, &count) == 2) return WriteEntries(writer, count);
@@ -243,6 +274,79 @@ TEST_F(LoggerProcesses, HolderThatDiesWithTheLockCostsOneEntryAndLeavesTheLockWi
 
   // Give the kept ownership back, so that other processes can write again.
   HookMutex::Instance().Mutex().Release();
+  ChildProcess probe("probe");
+  EXPECT_EQ(probe.WaitForExit(), kChildOk);
+}
+
+// A holder killed in the middle of its entry, the safe profile off: the next writer gets the
+// lock abandoned, drops its entry, keeps the lock, and the torn line stays in the file.
+TEST_F(LoggerProcesses, SafeProfileOffAKilledHolderLeavesItsTornLineAndTheLockWithTheNextWriter) {
+  const testing::ScopedEnvironmentVariable off("KVO_SAFE_PROFILE", std::nullopt);
+  WriteConfig();
+  Logger& logger = TheLogger();
+  logger.Log(L"A", 4, L"before", L".\\t.cpp", 1);
+  mEvents.Clear();
+  {
+    ChildProcess holder("tear");
+    ASSERT_TRUE(WaitForFile(HeldSignal()));
+    holder.Kill();
+    EXPECT_EQ(holder.WaitForExit(), kKilled);
+  }
+  logger.Log(L"A", 4, L"dropped", L".\\t.cpp", 1);
+  EXPECT_EQ(EventMessages(),
+            std::vector<std::wstring>{L"Error other than timeout waiting for logging lock to release"});
+  EXPECT_EQ(testing::ReadBytes(LogFile()),
+            std::string("\xFF\xFE", 2) + testing::Utf16LeUnits(std::wstring(L"I A before\r\n") + kTornPart));
+  {
+    ChildProcess probe("probe");
+    EXPECT_EQ(probe.WaitForExit(), kProbeTimedOut) << "the lock stays with this thread";
+  }
+  HookMutex::Instance().Mutex().Release();
+}
+
+// The same with the safe profile on: the torn line is cut back, the entry written, the lock given
+// back, and the death reported once.
+TEST_F(LoggerProcesses, SafeProfileOnAKilledHoldersTornLineIsCutTheEntryWrittenAndTheLockGivenBack) {
+  const testing::ScopedEnvironmentVariable on("KVO_SAFE_PROFILE", "1");
+  WriteConfig();
+  Logger& logger = TheLogger();
+  logger.Log(L"A", 4, L"before", L".\\t.cpp", 1);
+  mEvents.Clear();
+  {
+    ChildProcess holder("tear");
+    ASSERT_TRUE(WaitForFile(HeldSignal()));
+    holder.Kill();
+    EXPECT_EQ(holder.WaitForExit(), kKilled);
+  }
+  logger.Log(L"A", 4, L"after", L".\\t.cpp", 1);
+  EXPECT_EQ(testing::ReadBytes(LogFile()),
+            std::string("\xFF\xFE", 2) + testing::Utf16LeUnits(L"I A before\r\nI A after\r\n"));
+  EXPECT_EQ(EventMessages(), std::vector<std::wstring>{kWriterDied});
+  {
+    ChildProcess probe("probe");
+    EXPECT_EQ(probe.WaitForExit(), kChildOk) << "the lock was given back";
+  }
+  logger.Log(L"A", 4, L"again", L".\\t.cpp", 1);
+  EXPECT_EQ(Lines(), (std::vector<std::wstring>{L"I A before", L"I A after", L"I A again"}));
+  EXPECT_EQ(EventMessages().size(), 1u);
+}
+
+// A holder that dies between entries leaves the file whole: with the safe profile on, the entry
+// follows the last one, and the lock goes on to the next process.
+TEST_F(LoggerProcesses, SafeProfileOnAHolderThatDiesBetweenEntriesLeavesTheFileAsItWas) {
+  const testing::ScopedEnvironmentVariable on("KVO_SAFE_PROFILE", "1");
+  WriteConfig();
+  Logger& logger = TheLogger();
+  logger.Log(L"A", 4, L"before", L".\\t.cpp", 1);
+  mEvents.Clear();
+  {
+    ChildProcess holder("die");
+    ASSERT_TRUE(WaitForFile(HeldSignal()));
+    ASSERT_EQ(holder.WaitForExit(), kChildOk);
+  }
+  logger.Log(L"A", 4, L"after", L".\\t.cpp", 1);
+  EXPECT_EQ(Lines(), (std::vector<std::wstring>{L"I A before", L"I A after"}));
+  EXPECT_EQ(EventMessages(), std::vector<std::wstring>{kWriterDied});
   ChildProcess probe("probe");
   EXPECT_EQ(probe.WaitForExit(), kChildOk);
 }

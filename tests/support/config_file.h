@@ -36,6 +36,8 @@ inline std::string Utf16Bytes(const std::wstring& text, bool bigEndian, bool wit
 
 inline std::string Utf16LeBytes(const std::wstring& text) { return Utf16Bytes(text, false); }
 inline std::string Utf16BeBytes(const std::wstring& text) { return Utf16Bytes(text, true); }
+// The code units alone, as a log entry is appended to a file that has its mark.
+inline std::string Utf16LeUnits(const std::wstring& text) { return Utf16Bytes(text, false, false); }
 
 inline void WriteBytes(const std::filesystem::path& file, const std::string& bytes) {
   std::ofstream(file, std::ios::binary | std::ios::trunc) << bytes;
