@@ -12,13 +12,15 @@ namespace Tavro_KVO_Util {
 // opens nothing. Failures go to the event log ("Error opening/creating log file.", "Error
 // writing unicode BOM to log file") and give a closed file.
 platform::LogFile OpenLog(const wchar_t* path, LogFileActionType action,
-                          platform::LogFileUse use = platform::LogFileUse::kAppend);
+                          platform::LogFileUse use = platform::LogFileUse::kAppend,
+                          const platform::ObjectAccess& access = platform::ObjectAccess());
 
 // The process's way to the log file: LOG_FILE_CLOSE gives a closed file; LOG_FILE_APPEND and
 // LOG_FILE_CREATE open through OpenLog. A null path gives a closed file. The first failure to
 // open in the life of the process reports "Error opening log file".
 platform::LogFile logfilehandle(const wchar_t* path, LogFileActionType action,
-                                platform::LogFileUse use = platform::LogFileUse::kAppend);
+                                platform::LogFileUse use = platform::LogFileUse::kAppend,
+                                const platform::ObjectAccess& access = platform::ObjectAccess());
 
 }  // namespace Tavro_KVO_Util
 

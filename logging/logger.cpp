@@ -11,6 +11,7 @@
 #include "OsAutoLock.h"
 #include "config/safe_profile.h"
 #include "logging/event_log_report.h"
+#include "logging/log_access.h"
 #include "logging/log_levels.h"
 #include "logging/logger_process_state.h"
 #include "logging/logger_settings.h"
@@ -75,6 +76,13 @@ Logger::Logger()
       mConfig(nullptr),
       mConfigMissedAtMs(0),
       mSafeProfileFromEnvironment(internal::SafeProfileInEnvironment()) {
+  if (mSafeProfileFromEnvironment) {
+    // Narrowed from the start, also when no configuration file can be read (the default group).
+    auto settings = std::make_shared<Settings>();
+    settings->Access = LogAccessFor(true, std::wstring());
+    RestrictLogLock(settings->Access);
+    mSettings = std::move(settings);
+  }
   if (!GetConfig(false))
     ReportToEventLog(L"Error getting Config using the default parameters", platform::kEventError);
   if (!makenewdir(CurrentSettings()->LogFileLocation.c_str()))
@@ -235,6 +243,11 @@ void Logger::ReadSettings(Settings& settings) {
   settings.SafeProfile =
       config.GetParameter(internal::kSafeProfileKey, safe) == CFG_SUCCESS && safe == L"true";
   internal::NoteSafeProfileInConfiguration(settings.SafeProfile);
+  std::wstring group;
+  const bool safeProfile = mSafeProfileFromEnvironment || settings.SafeProfile;
+  if (safeProfile) config.GetParameter(Key(kAccessGroupName), group);
+  settings.Access = LogAccessFor(safeProfile, group);
+  RestrictLogLock(settings.Access);
 
   ReadDebugAreas();
 }

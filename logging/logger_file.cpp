@@ -116,7 +116,8 @@ wchar_t* Logger::GetLogFileName(const Settings& settings) {
     case platform::FileSizeResult::kMissing:
       if (mInstance != nullptr) {
         // A new file starts with the byte-order mark; logfilehandle reports a failure once.
-        const platform::LogFile created = logfilehandle(mLogFilePath, LOG_FILE_CREATE);
+        const platform::LogFile created =
+            logfilehandle(mLogFilePath, LOG_FILE_CREATE, platform::LogFileUse::kAppend, settings.Access);
         return created.IsOpen() ? mLogFilePath : nullptr;
       }
       [[fallthrough]];

@@ -1,9 +1,11 @@
 // The logger's process-wide state: one flag per message that is reported once in the life of the
 // process, and whether free disk space is short now (so that those messages come once per
-// episode of low space). Plain flags, not atomic: they are touched inside the log mutex or while
-// the logger is made.
+// episode of low space). Plain fields, not atomic: they are touched inside the log mutex or while
+// the logger is made, and the safe profile's access fields under their own lock.
 #ifndef TAVROMEDIVANEUTIL_LOGGING_LOGGER_PROCESS_STATE_H
 #define TAVROMEDIVANEUTIL_LOGGING_LOGGER_PROCESS_STATE_H
+
+#include <string>
 
 namespace Tavro_KVO_Util {
 
@@ -19,6 +21,11 @@ struct LoggerProcessState {
   bool writeErrorReported = false;   // an entry that could not be written whole (a full disk)
   bool outOfMemoryReported = false;  // an entry dropped because memory ran out while it was made
   bool abandonedLockReported = false;  // safe profile: a writer died holding the log lock
+  // The safe profile's access (logging/log_access.h), guarded by its own lock there.
+  bool unknownAccessGroupReported = false;
+  bool lockRestrictFailureReported = false;
+  bool lockRestricted = false;
+  std::wstring lockRestrictedForGroup;
   bool lowSpace = false;
   bool renameFailed = false;  // set, never reported (kept as it always was)
 };

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "Logger.h"
+#include "platform/object_access.h"
 
 namespace Tavro_KVO_Util {
 
@@ -19,6 +20,9 @@ struct Logger::Settings {
   std::wstring LogFileLocation;  // at most 260 characters; fixed once it is not empty
   std::wstring LogFileName;      // at most 260 characters; "KVO.log" is filled in on first use
   bool SafeProfile = false;      // "/Tavro/MedivaneSDK/SafeProfile=true" (config/safe_profile.h)
+  // Who may use the log lock and new log files: everyone, or in the safe profile SYSTEM,
+  // Administrators and the group of ".../Logging/AccessGroup" (logging/log_access.h).
+  platform::ObjectAccess Access;
 };
 
 }  // namespace Tavro_KVO_Util

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <string>
 
+#include "platform/object_access.h"
 #include "platform/owned_file.h"
 
 namespace Tavro_KVO_Util::platform {
@@ -33,7 +34,11 @@ class LogFile {
   // with an exclusive advisory lock. `created` is true when the file did not exist before. False with
   // the OS error code in `error`. kAppendAfterMending also asks for read access, which ReadAt and
   // CutBackTo need.
-  bool OpenAlways(const wchar_t* path, bool& created, int& error, LogFileUse use = LogFileUse::kAppend);
+  // A file created now gets `access` (platform/object_access.h) instead of the open default;
+  // Windows fails the open when the DACL cannot be made (an unknown group), while Linux keeps a
+  // new file at mode 0660 of the creator's group when the named group cannot be given to it.
+  bool OpenAlways(const wchar_t* path, bool& created, int& error, LogFileUse use = LogFileUse::kAppend,
+                  const ObjectAccess& access = ObjectAccess());
 
   // The file's size in bytes. False when the OS cannot tell.
   bool Size(unsigned long long& size) const;

@@ -11,6 +11,8 @@
 
 #include <string>
 
+#include "platform/object_access.h"
+
 namespace Tavro_KVO_Util::platform {
 
 enum class WaitResult {
@@ -49,6 +51,13 @@ class NamedMutex {
 
   // Gives back one level of ownership and closes the handle (as unload does).
   void ReleaseAndClose();
+
+  // Sets who may open, wait for and release the mutex from now on (platform/object_access.h);
+  // handles open already keep working. Windows: SetSecurityInfo with a protected DACL, or a null
+  // DACL for everyone (the default null DACL lets any process do this; a restricted one, only
+  // SYSTEM and Administrators). Linux: the segment's mode and group (only its owner or root may
+  // change them). False with the OS code in `error`.
+  bool SetAccess(const ObjectAccess& access, int& error);
 
  private:
   void* mHandle;  // a HANDLE, or the mapped shared mutex

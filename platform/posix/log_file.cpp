@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <string>
 
+#include "platform/posix/group_id.h"
 #include "platform/posix/narrow_path.h"
 #include "platform/posix/unique_fd.h"
 #include "platform/posix/write_all.h"
@@ -22,7 +23,7 @@ const std::string kWorkingDirectory = ".";
 
 // Opens for writing, creating when missing, and says which happened. The create is exclusive,
 // because only the process whose exclusive create succeeds can be sure the file is new.
-UniqueFd OpenOrCreate(const std::string& path, bool& created, int accessMode) {
+UniqueFd OpenOrCreate(const std::string& path, bool& created, int accessMode, const ObjectAccess& access) {
   // The file exists for all entries but the first after a roll, so opening comes first.
   for (int attempt = 0; attempt < 3; ++attempt) {
     // Append mode: every write lands at the end with no seek first, the BOM of a new file too.
@@ -34,8 +35,14 @@ UniqueFd OpenOrCreate(const std::string& path, bool& created, int accessMode) {
     fd.reset(::open(path.c_str(), accessMode | O_APPEND | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
     if (fd) {
       created = true;
-      // The umask narrows 0666; every user's processes write the same log.
-      ::fchmod(fd.get(), 0666);
+      if (access.restricted) {
+        // Only the group may write; when the named group cannot be given (not a member, not
+        // root), the creator's own group at 0660 is still no wider than asked.
+        if (!RestrictToGroup(fd.get(), access.group)) ::fchmod(fd.get(), 0660);
+      } else {
+        // The umask narrows 0666; every user's processes write the same log.
+        ::fchmod(fd.get(), 0666);
+      }
       return fd;
     }
     if (errno != EEXIST) return fd;
@@ -46,9 +53,11 @@ UniqueFd OpenOrCreate(const std::string& path, bool& created, int accessMode) {
 
 }  // namespace
 
-bool LogFile::OpenAlways(const wchar_t* path, bool& created, int& error, LogFileUse use) {
+bool LogFile::OpenAlways(const wchar_t* path, bool& created, int& error, LogFileUse use,
+                         const ObjectAccess& access) {
   bool isNew = false;
-  UniqueFd fd = OpenOrCreate(NarrowPath(path), isNew, use == LogFileUse::kAppendAfterMending ? O_RDWR : O_WRONLY);
+  UniqueFd fd =
+      OpenOrCreate(NarrowPath(path), isNew, use == LogFileUse::kAppendAfterMending ? O_RDWR : O_WRONLY, access);
   if (!fd) {
     error = errno;
     return false;

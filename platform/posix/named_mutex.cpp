@@ -16,6 +16,7 @@
 #include <string>
 #include <utility>
 
+#include "platform/posix/group_id.h"
 #include "platform/posix/unique_fd.h"
 
 namespace Tavro_KVO_Util::platform {
@@ -304,6 +305,21 @@ void NamedMutex::ReleaseAndClose() {
   if (mHandle == nullptr) return;
   Release();
   ReleaseMapping(AsMapping(std::exchange(mHandle, nullptr)));
+}
+
+bool NamedMutex::SetAccess(const ObjectAccess& access, int& error) {
+  if (mHandle == nullptr) {
+    error = EBADF;
+    return false;
+  }
+  // The mapping keeps no descriptor: open the segment again by its name to change it.
+  const UniqueFd fd(::shm_open(AsMapping(mHandle)->segment.c_str(), O_RDWR | O_CLOEXEC, 0));
+  const bool set = fd && (access.restricted ? RestrictToGroup(fd.get(), access.group) : ::fchmod(fd.get(), 0666) == 0);
+  if (!set) {
+    error = errno;
+    return false;
+  }
+  return true;
 }
 
 }  // namespace Tavro_KVO_Util::platform

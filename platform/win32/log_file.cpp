@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/win32/null_dacl.h"
+#include "platform/win32/restricted_dacl.h"
 #include "platform/win32/unique_handle.h"
 #include "platform/win32/unique_owners.h"
 #include "platform/win32/windows_include.h"
@@ -16,12 +17,39 @@
 
 namespace Tavro_KVO_Util::platform {
 
-bool LogFile::OpenAlways(const wchar_t* path, bool& created, int& error, LogFileUse use) {
-  // Without the descriptor the file gets default security; it can still be written by us.
-  NullDaclAttributes security;
-  const DWORD access = use == LogFileUse::kAppendAfterMending ? GENERIC_READ | GENERIC_WRITE : GENERIC_WRITE;
-  UniqueFileHandle file(CreateFileW(path, access, /*dwShareMode=*/0, security.get(), OPEN_ALWAYS,
-                                    FILE_ATTRIBUTE_NORMAL, /*hTemplateFile=*/nullptr));
+bool LogFile::OpenAlways(const wchar_t* path, bool& created, int& error, LogFileUse use,
+                         const ObjectAccess& access) {
+  const DWORD rights = use == LogFileUse::kAppendAfterMending ? GENERIC_READ | GENERIC_WRITE : GENERIC_WRITE;
+  UniqueFileHandle file;
+  if (access.restricted) {
+    // The file exists for all entries but the first after a roll: the DACL, whose group lookup
+    // asks the security authority, is made only when the file is to be created.
+    file.reset(CreateFileW(path, rights, /*dwShareMode=*/0, /*lpSecurityAttributes=*/nullptr, OPEN_EXISTING,
+                           FILE_ATTRIBUTE_NORMAL, /*hTemplateFile=*/nullptr));
+    if (!file && GetLastError() != ERROR_FILE_NOT_FOUND) {
+      error = static_cast<int>(GetLastError());
+      return false;
+    }
+    if (file) {
+      created = false;
+      mFile.reset(FromHandle(file.release()));
+      return true;
+    }
+    // The group may read, append, and rename or delete the file when it rolls; changing its
+    // security is left to SYSTEM and Administrators.
+    RestrictedDacl dacl(access.group, FILE_ALL_ACCESS, FILE_GENERIC_READ | FILE_GENERIC_WRITE | DELETE);
+    if (!dacl.Valid()) {
+      error = static_cast<int>(dacl.Error());
+      return false;
+    }
+    file.reset(CreateFileW(path, rights, /*dwShareMode=*/0, dacl.Attributes(), OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL,
+                           /*hTemplateFile=*/nullptr));
+  } else {
+    // Without the descriptor the file gets default security; it can still be written by us.
+    NullDaclAttributes security;
+    file.reset(CreateFileW(path, rights, /*dwShareMode=*/0, security.get(), OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL,
+                           /*hTemplateFile=*/nullptr));
+  }
   if (!file) {
     error = static_cast<int>(GetLastError());
     return false;

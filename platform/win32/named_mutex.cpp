@@ -5,11 +5,15 @@
 #include "platform/named_mutex.h"
 
 #include <atomic>
+#include <optional>
 #include <utility>
 
 #include "platform/win32/null_dacl.h"
+#include "platform/win32/restricted_dacl.h"
 #include "platform/win32/unique_handle.h"
 #include "platform/win32/windows_include.h"
+
+#include <aclapi.h>
 
 namespace Tavro_KVO_Util::platform {
 namespace {
@@ -81,6 +85,30 @@ void NamedMutex::ReleaseAndClose() {
   if (mHandle == nullptr) return;
   ReleaseMutex(mHandle);
   CloseHeld(mHandle);
+}
+
+bool NamedMutex::SetAccess(const ObjectAccess& access, int& error) {
+  if (mHandle == nullptr) {
+    error = ERROR_INVALID_HANDLE;
+    return false;
+  }
+  // Members of the group may wait for the mutex and release it; only SYSTEM and Administrators
+  // may change its security, so a process of the group cannot open it up again.
+  std::optional<RestrictedDacl> dacl;
+  if (access.restricted) {
+    dacl.emplace(access.group, MUTEX_ALL_ACCESS, SYNCHRONIZE | MUTEX_MODIFY_STATE);
+    if (!dacl->Valid()) {
+      error = static_cast<int>(dacl->Error());
+      return false;
+    }
+  }
+  // A null DACL (no `dacl`) lets everyone in, as the mutex is made.
+  const SECURITY_INFORMATION what =
+      DACL_SECURITY_INFORMATION | (dacl ? PROTECTED_DACL_SECURITY_INFORMATION : UNPROTECTED_DACL_SECURITY_INFORMATION);
+  const DWORD status = SetSecurityInfo(mHandle, SE_KERNEL_OBJECT, what, /*psidOwner=*/nullptr,
+                                       /*psidGroup=*/nullptr, dacl ? dacl->Acl() : nullptr, /*pSacl=*/nullptr);
+  error = static_cast<int>(status);
+  return status == ERROR_SUCCESS;
 }
 
 }  // namespace Tavro_KVO_Util::platform

@@ -8,6 +8,8 @@
 #include <string>
 #include <utility>
 
+#include "support/object_access_probe.h"
+#include "support/running_under_wine.h"
 #include "support/temp_dir.h"
 
 #ifdef _WIN32
@@ -246,6 +248,87 @@ TEST(LogFile, CurrentDirectoryIsTheProcessWorkingDirectory) {
   ASSERT_TRUE(CurrentDirectory(directory));
   EXPECT_EQ(directory, std::filesystem::current_path().wstring());
 }
+
+// A log file made in the safe profile: only SYSTEM, Administrators and the group (Windows), or
+// mode 0660 and the group (Linux); an existing file keeps what it has.
+#ifdef _WIN32
+TEST(LogFile, RestrictedNewFileHasAProtectedDaclForSystemAdministratorsAndUsers) {
+  TempDir dir;
+  const auto path = dir.path() / "x.log";
+  {
+    LogFile file;
+    bool created = false;
+    int error = 0;
+    ASSERT_TRUE(file.OpenAlways(path.wstring().c_str(), created, error, LogFileUse::kAppend, {true, L""}));
+    EXPECT_TRUE(created);
+  }
+  if (!testing::FileDaclsAreKept()) GTEST_SKIP() << "Wine keeps no DACL of a file (see RestrictedDacl's tests)";
+  const testing::DaclInfo dacl = testing::FileDacl(path);
+  ASSERT_TRUE(dacl.read);
+  EXPECT_TRUE(dacl.isProtected);
+  EXPECT_EQ(dacl.allowed, (std::vector<testing::AccessEntry>{
+                              {testing::kSystemSid, FILE_ALL_ACCESS},
+                              {testing::kAdministratorsSid, FILE_ALL_ACCESS},
+                              {testing::kUsersSid, FILE_GENERIC_READ | FILE_GENERIC_WRITE | DELETE}}));
+}
+
+TEST(LogFile, OpenNewFileHasANullDaclAndAnExistingFileKeepsItWhenOpenedRestricted) {
+  TempDir dir;
+  const auto path = dir.path() / "x.log";
+  for (const bool restricted : {false, true}) {
+    LogFile file;
+    bool created = false;
+    int error = 0;
+    ASSERT_TRUE(file.OpenAlways(path.wstring().c_str(), created, error, LogFileUse::kAppend, {restricted, L""}));
+    EXPECT_EQ(created, !restricted);
+  }
+  if (!testing::FileDaclsAreKept()) GTEST_SKIP() << "Wine keeps no DACL of a file";
+  EXPECT_TRUE(testing::FileDacl(path).isNull);
+}
+
+TEST(LogFile, RestrictedToAGroupTheMachineDoesNotKnowCreatesNothing) {
+  TempDir dir;
+  const auto path = dir.path() / "x.log";
+  LogFile file;
+  bool created = false;
+  int error = 0;
+  EXPECT_FALSE(file.OpenAlways(path.wstring().c_str(), created, error, LogFileUse::kAppend,
+                               {true, L"NoSuchGroupOnThisTablet"}));
+  EXPECT_EQ(error, static_cast<int>(ERROR_NONE_MAPPED));
+  EXPECT_FALSE(std::filesystem::exists(path));
+}
+#else
+TEST(LogFile, RestrictedNewFileHasMode0660AndTheGroup) {
+  TempDir dir;
+  const auto path = dir.path() / "x.log";
+  const long users = testing::GroupId("users");
+  const bool named = users >= 0 && ::geteuid() == 0;  // only root may give any group
+  {
+    LogFile file;
+    bool created = false;
+    int error = 0;
+    ASSERT_TRUE(file.OpenAlways(path.wstring().c_str(), created, error, LogFileUse::kAppend,
+                                {true, named ? L"users" : L""}));
+    EXPECT_TRUE(created);
+  }
+  const testing::ModeAndGroup access = testing::FileModeAndGroup(path);
+  EXPECT_EQ(access.mode, 0660u);
+  EXPECT_EQ(access.group, named ? static_cast<gid_t>(users) : ::getegid());
+}
+
+TEST(LogFile, OpenNewFileHasMode0666AndAnExistingFileKeepsItWhenOpenedRestricted) {
+  TempDir dir;
+  const auto path = dir.path() / "x.log";
+  for (const bool restricted : {false, true}) {
+    LogFile file;
+    bool created = false;
+    int error = 0;
+    ASSERT_TRUE(file.OpenAlways(path.wstring().c_str(), created, error, LogFileUse::kAppend, {restricted, L""}));
+    EXPECT_EQ(created, !restricted);
+  }
+  EXPECT_EQ(testing::FileModeAndGroup(path).mode, 0666u);
+}
+#endif
 
 }  // namespace
 }  // namespace Tavro_KVO_Util::platform

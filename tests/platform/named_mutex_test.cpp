@@ -9,12 +9,15 @@
 #include <vector>
 
 #include "platform/process_info.h"
+#include "support/object_access_probe.h"
+#include "support/running_under_wine.h"
 
 #ifdef _WIN32
 #include <cwchar>
 
 #include "platform/win32/unique_handle.h"
 #include "platform/win32/windows_include.h"
+#include "support/outsider_token.h"
 #else
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -400,6 +403,98 @@ TEST_F(NamedMutexTest, SharedMemoryIsNamedAfterTheMutexAndOpenToEveryUser) {
   EXPECT_EQ(info.st_mode & 0777, 0666u);
   EXPECT_EQ(mutex.Wait(0), WaitResult::kAcquired);
   mutex.Release();
+}
+#endif
+
+// Who may use the mutex: the safe profile narrows it to SYSTEM, Administrators and one group
+// (Windows) or mode 0660 and one group (Linux), and a null DACL or mode 0666 opens it again.
+#ifdef _WIN32
+TEST_F(NamedMutexTest, RestrictedAccessIsSystemAdministratorsAndUsersWithAProtectedDacl) {
+  const std::wstring name = UniqueName();
+  NamedMutex mutex;
+  CreateOrFail(mutex, name);
+  EXPECT_TRUE(testing::MutexDacl(name).isNull) << "made open to everyone";
+  int error = -1;
+  ASSERT_TRUE(mutex.SetAccess({/*restricted=*/true, L""}, error)) << error;
+  const testing::DaclInfo dacl = testing::MutexDacl(name);
+  ASSERT_TRUE(dacl.read);
+  EXPECT_FALSE(dacl.isNull);
+  EXPECT_EQ(dacl.isProtected, testing::DaclProtectionIsReported());
+  EXPECT_EQ(dacl.allowed, (std::vector<testing::AccessEntry>{
+                              {testing::kSystemSid, MUTEX_ALL_ACCESS},
+                              {testing::kAdministratorsSid, MUTEX_ALL_ACCESS},
+                              {testing::kUsersSid, SYNCHRONIZE | MUTEX_MODIFY_STATE}}));
+  // Still usable through the handle open already.
+  EXPECT_EQ(mutex.Wait(0), WaitResult::kAcquired);
+  mutex.Release();
+  ASSERT_TRUE(mutex.SetAccess({/*restricted=*/false, L""}, error)) << error;
+  EXPECT_TRUE(testing::MutexDacl(name).isNull);
+}
+
+// A process outside the group (here a thread acting for a token in which Administrators and Users
+// count for nothing) cannot open the restricted mutex, so it cannot hold it either; the open one
+// it can.
+TEST_F(NamedMutexTest, RestrictedAccessShutsOutAnyoneOutsideTheGroup) {
+  const std::wstring restrictedName = UniqueName();
+  const std::wstring openName = UniqueName();
+  NamedMutex restricted;
+  NamedMutex open;
+  CreateOrFail(restricted, restrictedName);
+  CreateOrFail(open, openName);
+  int error = -1;
+  ASSERT_TRUE(restricted.SetAccess({/*restricted=*/true, L""}, error)) << error;
+  const testing::OutsiderImpersonation outsider;
+  ASSERT_TRUE(outsider.Active());
+  NamedMutex outsiders;
+  NamedMutexCreation creation;
+  EXPECT_FALSE(outsiders.Create(restrictedName, creation));
+  EXPECT_TRUE(creation.createFailed);
+  EXPECT_TRUE(outsiders.Create(openName, creation));
+  EXPECT_EQ(outsiders.Wait(0), WaitResult::kAcquired);
+  outsiders.Release();
+}
+
+TEST_F(NamedMutexTest, RestrictedAccessToAGroupTheMachineDoesNotKnowFailsAndChangesNothing) {
+  const std::wstring name = UniqueName();
+  NamedMutex mutex;
+  CreateOrFail(mutex, name);
+  int error = -1;
+  EXPECT_FALSE(mutex.SetAccess({/*restricted=*/true, L"NoSuchGroupOnThisTablet"}, error));
+  EXPECT_EQ(error, static_cast<int>(ERROR_NONE_MAPPED));
+  EXPECT_TRUE(testing::MutexDacl(name).isNull);
+}
+#else
+TEST_F(NamedMutexTest, RestrictedAccessGivesTheSegmentMode0660AndTheGroup) {
+  const std::wstring name = UniqueName();
+  const std::string file = "/dev/shm/tavro-" + std::string(name.begin(), name.end());
+  NamedMutex mutex;
+  CreateOrFail(mutex, name);
+  int error = -1;
+  ASSERT_TRUE(mutex.SetAccess({/*restricted=*/true, L""}, error)) << error;
+  testing::ModeAndGroup access = testing::FileModeAndGroup(file);
+  EXPECT_EQ(access.mode, 0660u);
+  EXPECT_EQ(access.group, ::getegid()) << "no group named: the process's own";
+  if (const long users = testing::GroupId("users"); users >= 0 && ::geteuid() == 0) {
+    ASSERT_TRUE(mutex.SetAccess({/*restricted=*/true, L"users"}, error)) << error;
+    access = testing::FileModeAndGroup(file);
+    EXPECT_EQ(access.mode, 0660u);
+    EXPECT_EQ(access.group, static_cast<gid_t>(users));
+  }
+  EXPECT_EQ(mutex.Wait(0), WaitResult::kAcquired);
+  mutex.Release();
+  ASSERT_TRUE(mutex.SetAccess({/*restricted=*/false, L""}, error)) << error;
+  EXPECT_EQ(testing::FileModeAndGroup(file).mode, 0666u);
+}
+
+TEST_F(NamedMutexTest, RestrictedAccessToAGroupTheMachineDoesNotKnowFailsAndChangesNothing) {
+  const std::wstring name = UniqueName();
+  const std::string file = "/dev/shm/tavro-" + std::string(name.begin(), name.end());
+  NamedMutex mutex;
+  CreateOrFail(mutex, name);
+  int error = -1;
+  EXPECT_FALSE(mutex.SetAccess({/*restricted=*/true, L"NoSuchGroupOnThisTablet"}, error));
+  EXPECT_EQ(error, ENOENT);
+  EXPECT_EQ(testing::FileModeAndGroup(file).mode, 0666u);
 }
 #endif
 

@@ -106,6 +106,9 @@ const std::map<std::wstring, ValueCheck>& LoggingKeys() {
       {L"LogFileName", [](const std::wstring& v) { return MaxLength(v, 260); }},
       {L"DebugAreas", [](const std::wstring& v) { return MaxLength(v, 500); }},
       {L"FormatString", [](const std::wstring&) { return std::optional<std::string>(); }},
+      // Read in the safe profile only: the group let into the log (the machine's own accounts are
+      // not known here, so any name passes).
+      {L"AccessGroup", [](const std::wstring&) { return std::optional<std::string>(); }},
   };
   return keys;
 }
