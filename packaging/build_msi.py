@@ -49,9 +49,9 @@ ATTRIBUTE_64BIT = 256
 NEEDS_ADMINISTRATOR = ("TavroMedivaneUtil is installed for every user of this computer: installing it needs "
                        "administrator rights.")
 
-# The custom actions that write the collector's keys, with the property each needs.
-COLLECTOR_ACTIONS = [("SetCollectorProtocol", "COLLECTOR_PROTOCOL"), ("SetCollectorHost", "COLLECTOR_HOST"),
-                     ("SetCollectorPort", "COLLECTOR_PORT")]
+# The custom actions that write keys of the installed configuration, with the condition each runs on.
+CONFIGURATION_ACTIONS = [("SetCollectorProtocol", "COLLECTOR_PROTOCOL"), ("SetCollectorHost", "COLLECTOR_HOST"),
+                         ("SetCollectorPort", "COLLECTOR_PORT"), ("SetSafeProfile", 'SAFE_PROFILE = "1"')]
 
 # The installed configuration differs from the sample in two values, each named here with the
 # sample's line it replaces; a sample that no longer has the line stops the build.
@@ -188,9 +188,9 @@ def add_what_wixl_cannot(args, package):
         # A per-machine package: without administrator rights it stops before changing anything.
         "INSERT INTO `LaunchCondition` (`Condition`, `Description`) VALUES ('Privileged', '%s')" % NEEDS_ADMINISTRATOR,
     ]
-    for number, (action, property_name) in enumerate(COLLECTOR_ACTIONS, start=4001):
+    for number, (action, condition) in enumerate(CONFIGURATION_ACTIONS, start=4001):
         queries.append("INSERT INTO `InstallExecuteSequence` (`Action`, `Condition`, `Sequence`) "
-                       "VALUES ('%s', '%s AND NOT REMOVE', %d)" % (action, property_name, number))
+                       "VALUES ('%s', '%s AND NOT REMOVE', %d)" % (action, condition, number))
     for query in queries:
         run([args.msibuild, package, "-q", query])
 

@@ -377,6 +377,15 @@ def silent_install(tablet: Tablet, args) -> None:
     check(any(line.endswith(played) for line in tablet.log_text().splitlines()),
           f"no log line ending {played!r}")
 
+    # The safe profile: off as the sample has it, and on after a maintenance install with SAFE_PROFILE=1.
+    def safe_profile() -> str:
+        result = tablet.mvutil("config", "get", "/Tavro/MedivaneSDK/SafeProfile")
+        return result.stdout.decode(errors="replace").strip()
+    check(safe_profile() == "false", f"the installed safe profile switch: {safe_profile()!r}")
+    code = tablet.msiexec("/i", seen(pathlib.Path(args.msi)), "SAFE_PROFILE=1")
+    check(code == MSI_SUCCESS, f"msiexec /i SAFE_PROFILE=1 exited {code}")
+    check(safe_profile() == "true", f"after SAFE_PROFILE=1 the switch is {safe_profile()!r}")
+
 
 def shipping_service(tablet: Tablet, args) -> None:
     with Collector(tablet.root / "collector") as collector:

@@ -56,8 +56,10 @@ class LoggerAccess : public LoggerTest {
     if (testing::FileDaclsAreKept()) {
       EXPECT_TRUE(testing::FileDacl(LogFile()).isNull);
     }
+    EXPECT_TRUE(testing::MutexDacl(HookMutex::kName).isNull);
 #else
     EXPECT_EQ(testing::FileModeAndGroup(LogFile()).mode, 0666u);
+    EXPECT_EQ(testing::FileModeAndGroup(kLockSegment).mode, 0666u);
 #endif
   }
 
