@@ -23,9 +23,10 @@ platform::ObjectAccess LogAccessFor(bool safeProfile, const std::wstring& group)
     return access;
   }
   const std::lock_guard<std::mutex> guard(gAccessLock);
-  const std::wstring message = L"The group \"" + group +
-                               L"\" named in /Tavro/MedivaneSDK/Logging/AccessGroup is not known on this machine; "
-                               L"the log is open to the default group instead";
+  const std::wstring message =
+      L"The group \"" + group +
+      L"\" named in /Tavro/MedivaneSDK/Logging/AccessGroup is not known on this machine; "
+      L"the log is open to the default group instead";
   ReportOnce(ProcessState().unknownAccessGroupReported, message.c_str());
   return access;
 }

@@ -310,8 +310,8 @@ void Logger::AppendEntry(const wchar_t* entry, const Settings& settings, bool me
   const wchar_t* path = GetLogFileName(settings);
   if (path == nullptr) return;  // nothing is to be written now (for example, low disk space)
   platform::LogFile file = logfilehandle(
-      path, LOG_FILE_APPEND, mendFirst ? platform::LogFileUse::kAppendAfterMending : platform::LogFileUse::kAppend,
-      settings.Access);
+      path, LOG_FILE_APPEND,
+      mendFirst ? platform::LogFileUse::kAppendAfterMending : platform::LogFileUse::kAppend, settings.Access);
   // A file that cannot be mended still gets the entry, joined to the torn line: a lost entry
   // would be worse.
   if (mendFirst && file.IsOpen()) CutTornLastLine(file);

@@ -18,8 +18,8 @@ struct LoggerProcessState {
   bool sizeErrorReported = false;
   bool rollingErrorReported = false;
   bool deleteErrorReported = false;
-  bool writeErrorReported = false;   // an entry that could not be written whole (a full disk)
-  bool outOfMemoryReported = false;  // an entry dropped because memory ran out while it was made
+  bool writeErrorReported = false;     // an entry that could not be written whole (a full disk)
+  bool outOfMemoryReported = false;    // an entry dropped because memory ran out while it was made
   bool abandonedLockReported = false;  // safe profile: a writer died holding the log lock
   // The safe profile's access (logging/log_access.h), guarded by its own lock there.
   bool unknownAccessGroupReported = false;

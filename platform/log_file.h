@@ -15,8 +15,8 @@ namespace Tavro_KVO_Util::platform {
 
 // What an open log file is for.
 enum class LogFileUse {
-  kAppend,             // entries are appended (every write)
-  kAppendAfterMending, // also read and cut short first (a writer died holding the log lock)
+  kAppend,              // entries are appended (every write)
+  kAppendAfterMending,  // also read and cut short first (a writer died holding the log lock)
 };
 
 // The log file open for writing. Move-only; closes on destruction.

@@ -3,7 +3,7 @@
 # the same under ThreadSanitizer, the Python package over the Linux library, the Windows build under
 # Wine, a short smoke run of the benchmarks, and the fuzzers. Stops at the first failure.
 #
-# host-tsan runs the whole suite but one logger test, whose lock holder dies on purpose, and the
+# host-tsan runs the whole suite but four logger tests, whose lock holder dies on purpose, and the
 # image tests, whose libvips threads synchronise where ThreadSanitizer cannot see: the preset
 # leaves them out and says why (CMakePresets.json), and scripts/tsan-suppressions.txt names the
 # one report it silences.

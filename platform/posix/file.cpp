@@ -8,8 +8,8 @@
 #include <string>
 
 #include "platform/posix/unique_fd.h"
-#include "platform/truncation_hook.h"
 #include "platform/posix/write_all.h"
+#include "platform/truncation_hook.h"
 #include "platform/utf8.h"
 
 namespace Tavro_KVO_Util::platform {

@@ -56,8 +56,8 @@ UniqueFd OpenOrCreate(const std::string& path, bool& created, int accessMode, co
 bool LogFile::OpenAlways(const wchar_t* path, bool& created, int& error, LogFileUse use,
                          const ObjectAccess& access) {
   bool isNew = false;
-  UniqueFd fd =
-      OpenOrCreate(NarrowPath(path), isNew, use == LogFileUse::kAppendAfterMending ? O_RDWR : O_WRONLY, access);
+  UniqueFd fd = OpenOrCreate(NarrowPath(path), isNew,
+                             use == LogFileUse::kAppendAfterMending ? O_RDWR : O_WRONLY, access);
   if (!fd) {
     error = errno;
     return false;
@@ -127,7 +127,8 @@ bool LogFile::ReadAt(unsigned long long offset, std::size_t count, std::string& 
 bool LogFile::CutBackTo(unsigned long long size) {
   if (!mFile) return false;
   int result = 0;
-  while ((result = ::ftruncate(static_cast<int>(mFile.get()), static_cast<off_t>(size))) != 0 && errno == EINTR) {
+  while ((result = ::ftruncate(static_cast<int>(mFile.get()), static_cast<off_t>(size))) != 0 &&
+         errno == EINTR) {
   }
   return result == 0;
 }

@@ -314,7 +314,8 @@ bool NamedMutex::SetAccess(const ObjectAccess& access, int& error) {
   }
   // The mapping keeps no descriptor: open the segment again by its name to change it.
   const UniqueFd fd(::shm_open(AsMapping(mHandle)->segment.c_str(), O_RDWR | O_CLOEXEC, 0));
-  const bool set = fd && (access.restricted ? RestrictToGroup(fd.get(), access.group) : ::fchmod(fd.get(), 0666) == 0);
+  const bool set =
+      fd && (access.restricted ? RestrictToGroup(fd.get(), access.group) : ::fchmod(fd.get(), 0666) == 0);
   if (!set) {
     error = errno;
     return false;

@@ -92,7 +92,8 @@ bool ReplaceWholeFile(const std::wstring& path, const std::string& bytes, int& e
     }
     RunAfterTruncationHook();
     std::size_t written = 0;
-    if (!WriteAll(file.get(), bytes.data(), bytes.size(), written) || !FlushFileBuffers(file.get())) return fail();
+    if (!WriteAll(file.get(), bytes.data(), bytes.size(), written) || !FlushFileBuffers(file.get()))
+      return fail();
     if (!::CloseHandle(file.release())) return fail();
   }
   // One step, and on the disk before the call returns.

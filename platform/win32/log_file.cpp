@@ -42,12 +42,14 @@ bool LogFile::OpenAlways(const wchar_t* path, bool& created, int& error, LogFile
       error = static_cast<int>(dacl.Error());
       return false;
     }
-    file.reset(CreateFileW(path, rights, /*dwShareMode=*/0, dacl.Attributes(), OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL,
+    file.reset(CreateFileW(path, rights, /*dwShareMode=*/0, dacl.Attributes(), OPEN_ALWAYS,
+                           FILE_ATTRIBUTE_NORMAL,
                            /*hTemplateFile=*/nullptr));
   } else {
     // Without the descriptor the file gets default security; it can still be written by us.
     NullDaclAttributes security;
-    file.reset(CreateFileW(path, rights, /*dwShareMode=*/0, security.get(), OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL,
+    file.reset(CreateFileW(path, rights, /*dwShareMode=*/0, security.get(), OPEN_ALWAYS,
+                           FILE_ATTRIBUTE_NORMAL,
                            /*hTemplateFile=*/nullptr));
   }
   if (!file) {

@@ -104,9 +104,11 @@ bool NamedMutex::SetAccess(const ObjectAccess& access, int& error) {
   }
   // A null DACL (no `dacl`) lets everyone in, as the mutex is made.
   const SECURITY_INFORMATION what =
-      DACL_SECURITY_INFORMATION | (dacl ? PROTECTED_DACL_SECURITY_INFORMATION : UNPROTECTED_DACL_SECURITY_INFORMATION);
-  const DWORD status = SetSecurityInfo(mHandle, SE_KERNEL_OBJECT, what, /*psidOwner=*/nullptr,
-                                       /*psidGroup=*/nullptr, dacl ? dacl->Acl() : nullptr, /*pSacl=*/nullptr);
+      DACL_SECURITY_INFORMATION |
+      (dacl ? PROTECTED_DACL_SECURITY_INFORMATION : UNPROTECTED_DACL_SECURITY_INFORMATION);
+  const DWORD status =
+      SetSecurityInfo(mHandle, SE_KERNEL_OBJECT, what, /*psidOwner=*/nullptr,
+                      /*psidGroup=*/nullptr, dacl ? dacl->Acl() : nullptr, /*pSacl=*/nullptr);
   error = static_cast<int>(status);
   return status == ERROR_SUCCESS;
 }

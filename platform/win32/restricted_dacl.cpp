@@ -23,7 +23,8 @@ bool AccountSid(const std::wstring& name, std::vector<unsigned char>& sid) {
   wchar_t domain[256];
   DWORD domainSize = 256;
   SID_NAME_USE use{};
-  if (!LookupAccountNameW(/*lpSystemName=*/nullptr, name.c_str(), sid.data(), &sidSize, domain, &domainSize, &use)) {
+  if (!LookupAccountNameW(/*lpSystemName=*/nullptr, name.c_str(), sid.data(), &sidSize, domain, &domainSize,
+                          &use)) {
     return false;
   }
   sid.resize(sidSize);
@@ -40,7 +41,8 @@ bool IsKnownGroup(const std::wstring& group) {
 RestrictedDacl::RestrictedDacl(const std::wstring& group, DWORD fullAccess, DWORD groupAccess) {
   std::vector<unsigned char> system;
   std::vector<unsigned char> administrators;
-  if (!WellKnownSid(WinLocalSystemSid, system) || !WellKnownSid(WinBuiltinAdministratorsSid, administrators) ||
+  if (!WellKnownSid(WinLocalSystemSid, system) ||
+      !WellKnownSid(WinBuiltinAdministratorsSid, administrators) ||
       !(group.empty() ? WellKnownSid(WinBuiltinUsersSid, mGroupSid) : AccountSid(group, mGroupSid))) {
     mError = GetLastError();
     if (mError == ERROR_SUCCESS) mError = ERROR_INVALID_SID;

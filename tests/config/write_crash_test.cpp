@@ -104,7 +104,8 @@ TEST_F(ConfigWriteCrash, SafeProfileOnAKillAtTheSameMomentLeavesTheFileWhole) {
   std::size_t leftovers = 0;
   for (const auto& entry : std::filesystem::directory_iterator(File().parent_path())) {
     const std::string name = entry.path().filename().string();
-    if (name.rfind("TavroMedivane.cfg.", 0) == 0 && name.size() > 4 && name.substr(name.size() - 4) == ".tmp") {
+    if (name.rfind("TavroMedivane.cfg.", 0) == 0 && name.size() > 4 &&
+        name.substr(name.size() - 4) == ".tmp") {
       ++leftovers;
       EXPECT_EQ(std::filesystem::file_size(entry.path()), 0u);
     }
@@ -125,8 +126,8 @@ TEST_F(ConfigWriteCrash, SafeProfileOnFromTheFileAKillLeavesTheFileWhole) {
 TEST_F(ConfigWriteCrash, SafeProfileOnTheWrittenBytesCommentsAndOrderAreTheSameAsOff) {
   std::string written[2];
   for (int safe = 0; safe < 2; ++safe) {
-    const ScopedEnvironmentVariable profile("KVO_SAFE_PROFILE", safe == 1 ? std::optional<std::string>("1")
-                                                                          : std::nullopt);
+    const ScopedEnvironmentVariable profile("KVO_SAFE_PROFILE",
+                                            safe == 1 ? std::optional<std::string>("1") : std::nullopt);
     WriteAnsi(L"// header\r\n  a = 1 // old\r\nb=2\r\n");
     ShiftLastWrite(std::chrono::milliseconds(-5000));  // so that the rewrite has a time of its own
     const auto config = Open(/*logging=*/false, /*writable=*/true);

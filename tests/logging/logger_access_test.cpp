@@ -110,7 +110,8 @@ TEST_F(LoggerAccess, SafeProfileOnTheLogFileAndTheLockLetInOnlySystemAdministrat
 TEST_F(LoggerAccess, SafeProfileOnAProcessOutsideTheGroupCannotOpenTheLogLockAndOffItCan) {
   for (const bool safe : {false, true}) {
     SCOPED_TRACE(safe ? "on" : "off");
-    const ScopedEnvironmentVariable profile("KVO_SAFE_PROFILE", safe ? std::optional<std::string>("1") : std::nullopt);
+    const ScopedEnvironmentVariable profile("KVO_SAFE_PROFILE",
+                                            safe ? std::optional<std::string>("1") : std::nullopt);
     SingletonManager::Instance().DeleteAll();
     ResetLoggerProcessStateForTesting();
     WriteConfig();
@@ -151,9 +152,11 @@ TEST_F(LoggerAccess, SafeProfileOnFromTheConfigurationTheNamedGroupIsLetIn) {
   testing::WriteBytes(mDir.path() / "Bin" / "TavroMedivane.cfg",
                       testing::Utf16LeBytes(L"/Tavro/MedivaneSDK/SafeProfile=true\r\n"
                                             L"/Tavro/MedivaneSDK/Logging/AccessGroup=" +
-                                            std::wstring(kNamedGroup) + L"\r\n"
+                                            std::wstring(kNamedGroup) +
+                                            L"\r\n"
                                             L"/Tavro/MedivaneSDK/Logging/LogFileLocation=" +
-                                            LogDirectory().wstring() + L"\r\n"
+                                            LogDirectory().wstring() +
+                                            L"\r\n"
                                             L"/Tavro/MedivaneSDK/Logging/LogFileName=test.log\r\n"
                                             L"/Tavro/MedivaneSDK/Logging/FormatString=%L %A %m\r\n"
                                             L"/Tavro/MedivaneSDK/Logging/FreeSpaceMinimum=0\r\n"));

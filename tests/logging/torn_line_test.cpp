@@ -28,8 +28,8 @@ class TornLine : public ::testing::Test {
       platform::LogFile file;
       bool created = false;
       int error = 0;
-      EXPECT_TRUE(
-          file.OpenAlways(mPath.wstring().c_str(), created, error, platform::LogFileUse::kAppendAfterMending));
+      EXPECT_TRUE(file.OpenAlways(mPath.wstring().c_str(), created, error,
+                                  platform::LogFileUse::kAppendAfterMending));
       result = CutTornLastLine(file);
     }
     left = ReadBytes(mPath);

@@ -262,7 +262,8 @@ TEST(LogFile, RestrictedNewFileHasAProtectedDaclForSystemAdministratorsAndUsers)
     ASSERT_TRUE(file.OpenAlways(path.wstring().c_str(), created, error, LogFileUse::kAppend, {true, L""}));
     EXPECT_TRUE(created);
   }
-  if (!testing::FileDaclsAreKept()) GTEST_SKIP() << "Wine keeps no DACL of a file (see RestrictedDacl's tests)";
+  if (!testing::FileDaclsAreKept())
+    GTEST_SKIP() << "Wine keeps no DACL of a file (see RestrictedDacl's tests)";
   const testing::DaclInfo dacl = testing::FileDacl(path);
   ASSERT_TRUE(dacl.read);
   EXPECT_TRUE(dacl.isProtected);
@@ -279,7 +280,8 @@ TEST(LogFile, OpenNewFileHasANullDaclAndAnExistingFileKeepsItWhenOpenedRestricte
     LogFile file;
     bool created = false;
     int error = 0;
-    ASSERT_TRUE(file.OpenAlways(path.wstring().c_str(), created, error, LogFileUse::kAppend, {restricted, L""}));
+    ASSERT_TRUE(
+        file.OpenAlways(path.wstring().c_str(), created, error, LogFileUse::kAppend, {restricted, L""}));
     EXPECT_EQ(created, !restricted);
   }
   if (!testing::FileDaclsAreKept()) GTEST_SKIP() << "Wine keeps no DACL of a file";
@@ -323,7 +325,8 @@ TEST(LogFile, OpenNewFileHasMode0666AndAnExistingFileKeepsItWhenOpenedRestricted
     LogFile file;
     bool created = false;
     int error = 0;
-    ASSERT_TRUE(file.OpenAlways(path.wstring().c_str(), created, error, LogFileUse::kAppend, {restricted, L""}));
+    ASSERT_TRUE(
+        file.OpenAlways(path.wstring().c_str(), created, error, LogFileUse::kAppend, {restricted, L""}));
     EXPECT_EQ(created, !restricted);
   }
   EXPECT_EQ(testing::FileModeAndGroup(path).mode, 0666u);

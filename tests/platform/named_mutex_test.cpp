@@ -420,10 +420,10 @@ TEST_F(NamedMutexTest, RestrictedAccessIsSystemAdministratorsAndUsersWithAProtec
   ASSERT_TRUE(dacl.read);
   EXPECT_FALSE(dacl.isNull);
   EXPECT_EQ(dacl.isProtected, testing::DaclProtectionIsReported());
-  EXPECT_EQ(dacl.allowed, (std::vector<testing::AccessEntry>{
-                              {testing::kSystemSid, MUTEX_ALL_ACCESS},
-                              {testing::kAdministratorsSid, MUTEX_ALL_ACCESS},
-                              {testing::kUsersSid, SYNCHRONIZE | MUTEX_MODIFY_STATE}}));
+  EXPECT_EQ(dacl.allowed,
+            (std::vector<testing::AccessEntry>{{testing::kSystemSid, MUTEX_ALL_ACCESS},
+                                               {testing::kAdministratorsSid, MUTEX_ALL_ACCESS},
+                                               {testing::kUsersSid, SYNCHRONIZE | MUTEX_MODIFY_STATE}}));
   // Still usable through the handle open already.
   EXPECT_EQ(mutex.Wait(0), WaitResult::kAcquired);
   mutex.Release();

@@ -15,7 +15,8 @@ namespace {
 
 std::vector<testing::AccessEntry> Entries(RestrictedDacl& dacl) {
   // ReadDacl frees the descriptor it is given: hand it a copy of ours in its own allocation.
-  SECURITY_DESCRIPTOR* copy = static_cast<SECURITY_DESCRIPTOR*>(LocalAlloc(LPTR, sizeof(SECURITY_DESCRIPTOR)));
+  SECURITY_DESCRIPTOR* copy =
+      static_cast<SECURITY_DESCRIPTOR*>(LocalAlloc(LPTR, sizeof(SECURITY_DESCRIPTOR)));
   *copy = *static_cast<SECURITY_DESCRIPTOR*>(dacl.Attributes()->lpSecurityDescriptor);
   return testing::ReadDacl(copy, dacl.Acl()).allowed;
 }
@@ -23,10 +24,9 @@ std::vector<testing::AccessEntry> Entries(RestrictedDacl& dacl) {
 TEST(RestrictedDacl, FileAccessIsFullForSystemAndAdministratorsAndReadWriteDeleteForUsers) {
   RestrictedDacl dacl(L"", FILE_ALL_ACCESS, FILE_GENERIC_READ | FILE_GENERIC_WRITE | DELETE);
   ASSERT_TRUE(dacl.Valid()) << dacl.Error();
-  EXPECT_EQ(Entries(dacl), (std::vector<testing::AccessEntry>{
-                               {testing::kSystemSid, 0x1F01FF},
-                               {testing::kAdministratorsSid, 0x1F01FF},
-                               {testing::kUsersSid, 0x13019F}}));
+  EXPECT_EQ(Entries(dacl), (std::vector<testing::AccessEntry>{{testing::kSystemSid, 0x1F01FF},
+                                                              {testing::kAdministratorsSid, 0x1F01FF},
+                                                              {testing::kUsersSid, 0x13019F}}));
 }
 
 TEST(RestrictedDacl, TheDescriptorIsProtectedFromInheritanceAndNotInheritedByChildProcesses) {
@@ -42,10 +42,9 @@ TEST(RestrictedDacl, TheDescriptorIsProtectedFromInheritanceAndNotInheritedByChi
 TEST(RestrictedDacl, ANamedGroupTakesTheDefaultGroupsPlace) {
   RestrictedDacl dacl(L"Guests", MUTEX_ALL_ACCESS, SYNCHRONIZE | MUTEX_MODIFY_STATE);
   ASSERT_TRUE(dacl.Valid()) << dacl.Error();
-  EXPECT_EQ(Entries(dacl), (std::vector<testing::AccessEntry>{
-                               {testing::kSystemSid, 0x1F0001},
-                               {testing::kAdministratorsSid, 0x1F0001},
-                               {L"S-1-5-32-546", 0x100001}}));
+  EXPECT_EQ(Entries(dacl), (std::vector<testing::AccessEntry>{{testing::kSystemSid, 0x1F0001},
+                                                              {testing::kAdministratorsSid, 0x1F0001},
+                                                              {L"S-1-5-32-546", 0x100001}}));
 }
 
 TEST(RestrictedDacl, AGroupTheMachineDoesNotKnowGivesNoDacl) {

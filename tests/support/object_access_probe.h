@@ -27,15 +27,15 @@ inline constexpr wchar_t kAdministratorsSid[] = L"S-1-5-32-544";
 inline constexpr wchar_t kUsersSid[] = L"S-1-5-32-545";
 
 struct AccessEntry {
-  std::wstring sid;   // as "S-1-5-32-545"
+  std::wstring sid;  // as "S-1-5-32-545"
   unsigned long mask;
   bool operator==(const AccessEntry& other) const { return sid == other.sid && mask == other.mask; }
 };
 
 struct DaclInfo {
-  bool read = false;        // the descriptor could be read
-  bool isNull = false;      // a null DACL: everyone may do everything
-  bool isProtected = false; // not inheriting from the parent
+  bool read = false;                 // the descriptor could be read
+  bool isNull = false;               // a null DACL: everyone may do everything
+  bool isProtected = false;          // not inheriting from the parent
   std::vector<AccessEntry> allowed;  // the access-allowed entries, in order
 };
 
@@ -67,8 +67,8 @@ inline DaclInfo ReadDacl(PSECURITY_DESCRIPTOR descriptor, PACL dacl) {
 inline DaclInfo FileDacl(const std::filesystem::path& file) {
   PACL dacl = nullptr;
   PSECURITY_DESCRIPTOR descriptor = nullptr;
-  if (GetNamedSecurityInfoW(file.wstring().c_str(), SE_FILE_OBJECT, DACL_SECURITY_INFORMATION, nullptr, nullptr,
-                            &dacl, nullptr, &descriptor) != ERROR_SUCCESS) {
+  if (GetNamedSecurityInfoW(file.wstring().c_str(), SE_FILE_OBJECT, DACL_SECURITY_INFORMATION, nullptr,
+                            nullptr, &dacl, nullptr, &descriptor) != ERROR_SUCCESS) {
     return DaclInfo();
   }
   return ReadDacl(descriptor, dacl);
@@ -79,8 +79,8 @@ inline DaclInfo MutexDacl(const std::wstring& name) {
   if (mutex == nullptr) return DaclInfo();
   PACL dacl = nullptr;
   PSECURITY_DESCRIPTOR descriptor = nullptr;
-  const DWORD status = GetSecurityInfo(mutex, SE_KERNEL_OBJECT, DACL_SECURITY_INFORMATION, nullptr, nullptr, &dacl,
-                                       nullptr, &descriptor);
+  const DWORD status = GetSecurityInfo(mutex, SE_KERNEL_OBJECT, DACL_SECURITY_INFORMATION, nullptr, nullptr,
+                                       &dacl, nullptr, &descriptor);
   CloseHandle(mutex);
   if (status != ERROR_SUCCESS) return DaclInfo();
   return ReadDacl(descriptor, dacl);
