@@ -79,4 +79,29 @@ const VipsSaver* FindVipsSaver(const ImageEncoderClsid& clsid) {
   return nullptr;
 }
 
+VipsImagePtr Ref(VipsImage* image) {
+  g_object_ref(image);
+  return VipsImagePtr(image);
+}
+
+VipsImagePtr Interpreted(VipsImage* in, VipsInterpretation interpretation) {
+  if (vips_image_get_interpretation(in) == interpretation) return Ref(in);
+  VipsImage* out = nullptr;
+  return VipsResult(vips_copy(in, &out, "interpretation", interpretation, nullptr), out);
+}
+
+VipsImagePtr Bands(VipsImage* in, int first, int count) {
+  VipsImage* out = nullptr;
+  return VipsResult(vips_extract_band(in, &out, first, "n", count, nullptr), out);
+}
+
+VipsImagePtr Joined(std::initializer_list<VipsImage*> parts) {
+  VipsImage* in[4] = {};
+  if (parts.size() > 4) return nullptr;
+  int count = 0;
+  for (VipsImage* part : parts) in[count++] = part;
+  VipsImage* out = nullptr;
+  return VipsResult(vips_bandjoin(in, &out, count, nullptr), out);
+}
+
 }  // namespace Tavro_KVO_Util::platform

@@ -6,6 +6,7 @@
 #include <vips/vips.h>
 
 #include <array>
+#include <initializer_list>
 #include <memory>
 
 #include "ImageUtil.h"
@@ -33,6 +34,18 @@ VipsImagePtr VipsResult(int status, VipsImage*& out);
 
 // Forgets the libvips error text after a failure the caller has handled.
 void ForgetVipsError();
+
+// Another reference to `image`.
+VipsImagePtr Ref(VipsImage* image);
+
+// The image with libvips's interpretation set to `interpretation`, pixels unchanged.
+VipsImagePtr Interpreted(VipsImage* in, VipsInterpretation interpretation);
+
+// `count` bands of `in` from band `first`.
+VipsImagePtr Bands(VipsImage* in, int first, int count);
+
+// The bands of up to four images, joined in order; null for more.
+VipsImagePtr Joined(std::initializer_list<VipsImage*> parts);
 
 enum class VipsSaverKind { kBmp, kJpeg, kGif, kTiff, kPng };
 
