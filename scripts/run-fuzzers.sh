@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Builds the libFuzzer targets (preset "fuzz": clang, AddressSanitizer, UndefinedBehaviorSanitizer)
-# and runs each for SECONDS (default 60), starting from the committed seeds in fuzz/corpus/config
+# and runs each for SECONDS (default 60), as many at a time as TAVRO_JOBS (default 2), starting
+# from the committed seeds in fuzz/corpus/config
 # (the configuration fuzzers), fuzz/corpus/keys (the key press string fuzzer) or
 # fuzz/corpus/format (the wide formatter fuzzer); the image fuzzer starts from the image test
 # fixtures, written by Pillow into the scratch directory, and is held to 1 GiB.
@@ -33,11 +34,10 @@ scratch_base=/dev/shm
 [ -d "$scratch_base" ] && [ -w "$scratch_base" ] || scratch_base=${TMPDIR:-/tmp}
 scratch=$(mktemp -d "$scratch_base/tavro-fuzz-XXXXXX")
 
-failed=()
-for fuzzer in "${fuzzers[@]}"; do
-  work=$scratch/$fuzzer
+# Runs one fuzzer with its seeds and limits; its output goes to $work/log.
+run_one() {
+  local fuzzer=$1 work=$scratch/$1 seeds dict memory status=0
   mkdir -p "$work/corpus" "$work/artifacts" "$work/tmp"
-  printf '\n==== %s: %s s ====\n' "$fuzzer" "$seconds"
   memory=(-rss_limit_mb=2048)
   case $fuzzer in
     key_*) seeds=fuzz/corpus/keys dict=fuzz/keys.dict ;;
@@ -53,7 +53,6 @@ for fuzzer in "${fuzzers[@]}"; do
       ;;
     *) seeds=fuzz/corpus/config dict=fuzz/config.dict ;;
   esac
-  status=0
   # The first corpus directory receives new entries; the committed seeds come second, read only.
   TMPDIR=$work/tmp "$build/bin/$fuzzer" "$work/corpus" "$seeds" \
     -dict="$dict" \
@@ -63,9 +62,30 @@ for fuzzer in "${fuzzers[@]}"; do
     "${memory[@]}" \
     -artifact_prefix="$work/artifacts/" \
     -print_final_stats=1 >"$work/log" 2>&1 || status=$?
+  echo "$status" >"$work/status"
+}
+
+# Each fuzzer is one process on one core: they run $jobs at a time, and their results are printed
+# in the order of the list once all have ended.
+running=0
+for fuzzer in "${fuzzers[@]}"; do
+  if [ "$running" -ge "$jobs" ]; then
+    wait -n || true
+    running=$((running - 1))
+  fi
+  run_one "$fuzzer" &
+  running=$((running + 1))
+done
+wait || true
+
+failed=()
+for fuzzer in "${fuzzers[@]}"; do
+  work=$scratch/$fuzzer
+  printf '\n==== %s: %s s ====\n' "$fuzzer" "$seconds"
+  status=$(cat "$work/status" 2>/dev/null || echo "no status")
   grep -E '^(#[0-9]+ +DONE|Done [0-9]+ runs|stat::number_of_executed_units|stat::average_exec_per_sec|stat::peak_rss_mb)' \
     "$work/log" || true
-  if [ "$status" -ne 0 ] || [ -n "$(ls -A "$work/artifacts")" ]; then
+  if [ "$status" != 0 ] || [ -n "$(ls -A "$work/artifacts")" ]; then
     echo "$fuzzer FOUND SOMETHING (exit $status). Log: $work/log"
     grep -E -A25 '^==[0-9]+== ?ERROR|^SUMMARY|check failed|Test unit written' "$work/log" | head -60 || true
     failed+=("$fuzzer")
