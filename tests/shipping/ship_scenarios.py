@@ -186,7 +186,7 @@ def killed(root, args, collector, writers=4, entries=2000, kills=5):
     """kill -9 at random moments while writers write; each restart goes on from the cursor."""
     # Room for 50 backups (3 MB, some 18 s of the writers' output): a restart slowed by a busy
     # machine must not let the log roll past what the shipper has read, which is another
-    # scenario's matter (rolled-past-the-limit). With 5, a stall of 2 s lost entries.
+    # scenario's matter (rolled-past-the-limit). Five held about 2 s of output.
     tablet = Tablet(root, args, collector, max_size=65536, backups=50)
     randomness = random.Random(int(os.environ.get("TAVRO_SCENARIO_SEED", "5")))
     shipper = tablet.start_shipper()
