@@ -38,6 +38,13 @@ inline std::uint64_t Load64(const unsigned char* p) {
   return v;
 }
 
+// Folding needs four 16-byte lanes to start, and a 16-byte finish through the tables: below this
+// the tables alone are as fast.
+constexpr std::size_t kClmulMinLength = 128;
+
+// Decided once at load; until this initialiser has run the tables are used (see crc32_kernels.cpp).
+const bool kUseClmul = CpuHasClmul();
+
 }  // namespace
 
 // Built by the compiler, so the tables are ready before any code of the library runs.
@@ -69,6 +76,7 @@ std::uint16_t Crc16Slicing(std::uint16_t crc, const unsigned char* data, std::si
 
 std::uint16_t Crc16Update(std::uint16_t crc, const unsigned char* data, std::size_t length) {
   if (length < kCrc16ShortLimit) return Crc16Short(crc, data, length);
+  if (kUseClmul && length >= kClmulMinLength) return Crc16Clmul(crc, data, length);
   return Crc16Slicing(crc, data, length);
 }
 

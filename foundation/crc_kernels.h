@@ -81,6 +81,9 @@ std::uint16_t Crc16Bytewise(std::uint16_t crc, const unsigned char* data, std::s
 // Slicing-by-16: sixteen independent lookups per 16 bytes.
 std::uint16_t Crc16Slicing(std::uint16_t crc, const unsigned char* data, std::size_t length);
 
+// Carry-less-multiply folding. Must only be called when CpuHasClmul() is true.
+std::uint16_t Crc16Clmul(std::uint16_t crc, const unsigned char* data, std::size_t length);
+
 // Inputs shorter than this take Crc16Short.
 constexpr std::size_t kCrc16ShortLimit = 16;
 
@@ -91,7 +94,7 @@ inline std::uint16_t Crc16Short(std::uint16_t crc, const unsigned char* data, st
   return crc;
 }
 
-// The fastest path for this length.
+// The fastest path for this processor and length.
 std::uint16_t Crc16Update(std::uint16_t crc, const unsigned char* data, std::size_t length);
 
 }  // namespace Tavro_KVO_Util::crc_internal

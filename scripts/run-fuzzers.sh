@@ -2,7 +2,8 @@
 # Builds the libFuzzer targets (preset "fuzz": clang, AddressSanitizer, UndefinedBehaviorSanitizer)
 # and runs each for SECONDS (default 60), as many at a time as TAVRO_JOBS (default 2), starting
 # from the committed seeds in fuzz/corpus/config
-# (the configuration fuzzers), fuzz/corpus/keys (the key press string fuzzer) or
+# (the configuration fuzzers and the checksum kernels' fuzzer, which takes any bytes),
+# fuzz/corpus/keys (the key press string fuzzer) or
 # fuzz/corpus/format (the wide formatter fuzzer); the image fuzzer starts from the image test
 # fixtures, written by Pillow into the scratch directory, and is held to 1 GiB.
 #
@@ -24,7 +25,7 @@ cd "$(dirname "$0")/.."
 seconds=${1:-60}
 jobs=${TAVRO_JOBS:-2}
 build=${TAVRO_FUZZ_BUILD:-build/fuzz}
-read -r -a fuzzers <<<"${TAVRO_FUZZERS:-config_parse_fuzzer config_write_fuzzer key_string_fuzzer wide_format_fuzzer image_fuzzer}"
+read -r -a fuzzers <<<"${TAVRO_FUZZERS:-config_parse_fuzzer config_write_fuzzer key_string_fuzzer wide_format_fuzzer image_fuzzer crc_kernels_fuzzer}"
 
 cmake --preset fuzz -B "$build" >/dev/null
 cmake --build "$build" -j"$jobs" --target "${fuzzers[@]}"
@@ -51,11 +52,15 @@ run_one() {
       /usr/bin/python3 tests/image/make_fixtures.py "$seeds" >/dev/null
       memory=(-rss_limit_mb=1024)
       ;;
+    crc_*)
+      # Any bytes will do: the committed configuration seeds are a start.
+      seeds=fuzz/corpus/config dict=
+      ;;
     *) seeds=fuzz/corpus/config dict=fuzz/config.dict ;;
   esac
   # The first corpus directory receives new entries; the committed seeds come second, read only.
   TMPDIR=$work/tmp "$build/bin/$fuzzer" "$work/corpus" "$seeds" \
-    -dict="$dict" \
+    ${dict:+-dict="$dict"} \
     -max_total_time="$seconds" \
     -max_len=65536 \
     -timeout=10 \

@@ -28,14 +28,14 @@ std::uint16_t BitwiseStep16(std::uint16_t reg, unsigned char byte) {
   return static_cast<std::uint16_t>(r);
 }
 
-// Runs `kernel` over every length 0..maxLength at offsets 0..15, each offset with its own random
+// Runs `kernel` over every length 0..maxLength at offsets 0..63, each offset with its own random
 // start register, against the bitwise reference built up byte by byte over the prefixes. Then a
 // few large inputs, each with a fresh random register. Stops at the first mismatch.
 template <typename Reg, typename Kernel, typename Step>
 void ExpectMatchesBitwise(Kernel kernel, Step step, std::size_t maxLength, std::uint32_t seed) {
   std::mt19937 rng(seed);
   std::uniform_int_distribution<std::uint32_t> anyRegister;
-  for (std::size_t offset = 0; offset < 16; ++offset) {
+  for (std::size_t offset = 0; offset < 64; ++offset) {
     const auto buffer = RandomBytes(rng, offset + maxLength);
     const unsigned char* data = buffer.data() + offset;
     const Reg start = static_cast<Reg>(anyRegister(rng));
@@ -62,7 +62,9 @@ void ExpectMatchesBitwise(Kernel kernel, Step step, std::size_t maxLength, std::
   }
 }
 
-constexpr std::size_t kMaxLength = 1100;
+// Every length up to 4096 crosses every block boundary of the folding kernels (16-byte lanes,
+// 64-byte blocks of four lanes, and where the dispatch changes kernels) many times over.
+constexpr std::size_t kMaxLength = 4096;
 
 TEST(Crc32Kernels, ByteTableRowIsTheBytewiseTable) {
   for (unsigned b = 0; b < 256; ++b) {
@@ -105,6 +107,11 @@ TEST(Crc16Kernels, BytewiseMatchesTheBitwiseDefinition) {
 
 TEST(Crc16Kernels, SlicingMatchesTheBitwiseDefinition) {
   ExpectMatchesBitwise<std::uint16_t>(Crc16Slicing, BitwiseStep16, kMaxLength, 7);
+}
+
+TEST(Crc16Kernels, ClmulMatchesTheBitwiseDefinition) {
+  if (!CpuHasClmul()) GTEST_SKIP() << "this processor lacks PCLMULQDQ or SSE4.1";
+  ExpectMatchesBitwise<std::uint16_t>(Crc16Clmul, BitwiseStep16, kMaxLength, 9);
 }
 
 TEST(Crc16Kernels, DispatchedUpdateMatchesTheBitwiseDefinition) {

@@ -56,11 +56,12 @@ class LoggerAccess : public LoggerTest {
     if (testing::FileDaclsAreKept()) {
       EXPECT_TRUE(testing::FileDacl(LogFile()).isNull);
     }
-    EXPECT_TRUE(testing::MutexDacl(HookMutex::kName).isNull);
 #else
     EXPECT_EQ(testing::FileModeAndGroup(LogFile()).mode, 0666u);
-    EXPECT_EQ(testing::FileModeAndGroup(kLockSegment).mode, 0666u);
 #endif
+    // The lock itself is the machine's: other test programs with the profile on may narrow it at
+    // any time. That this logger left it alone is what its process state says.
+    EXPECT_FALSE(ProcessState().lockRestricted);
   }
 
   // The log file and the lock let in only SYSTEM, Administrators and the default group.
@@ -91,7 +92,6 @@ TEST_F(LoggerAccess, SafeProfileOffTheLogFileIsOpenToEveryoneAndTheLockIsLeftAsI
   TheLogger().Log(L"A", 4, L"one", L".\\t.cpp", 1);
   EXPECT_EQ(Lines(), std::vector<std::wstring>{L"I A one"});
   ExpectOpenToEveryone();
-  EXPECT_FALSE(ProcessState().lockRestricted);
 }
 
 TEST_F(LoggerAccess, SafeProfileOnTheLogFileAndTheLockLetInOnlySystemAdministratorsAndTheDefaultGroup) {
@@ -115,6 +115,11 @@ TEST_F(LoggerAccess, SafeProfileOnAProcessOutsideTheGroupCannotOpenTheLogLockAnd
     SingletonManager::Instance().DeleteAll();
     ResetLoggerProcessStateForTesting();
     WriteConfig();
+    if (!safe) {
+      // Open, as a machine without the profile has it (another test program may have narrowed it).
+      int error = 0;
+      ASSERT_TRUE(HookMutex::Instance().Mutex().SetAccess(platform::ObjectAccess(), error)) << error;
+    }
     TheLogger().Log(L"A", 4, L"one", L".\\t.cpp", 1);
     const testing::OutsiderImpersonation outsider;
     ASSERT_TRUE(outsider.Active());
@@ -170,8 +175,9 @@ TEST_F(LoggerAccess, SafeProfileOnFromTheConfigurationTheNamedGroupIsLetIn) {
   }
   EXPECT_EQ(testing::MutexDacl(HookMutex::kName).allowed, kRestrictedLock);
 #else
+  // The lock's group is not read back here: a test program with the profile on from the
+  // environment alone, running beside this one, gives the machine's lock its default group.
   EXPECT_EQ(testing::FileModeAndGroup(LogFile()).group, static_cast<gid_t>(users));
-  EXPECT_EQ(testing::FileModeAndGroup(kLockSegment).group, static_cast<gid_t>(users));
 #endif
 }
 
