@@ -24,8 +24,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* input, std::size_t siz
 
   // A copy at the chosen offset from a 64-byte boundary, so that every alignment is reached.
   std::vector<unsigned char> buffer(offset + length + 64);
-  auto* aligned = reinterpret_cast<unsigned char*>(
-      (reinterpret_cast<std::uintptr_t>(buffer.data()) + 63) & ~static_cast<std::uintptr_t>(63));
+  auto* aligned = reinterpret_cast<unsigned char*>((reinterpret_cast<std::uintptr_t>(buffer.data()) + 63) &
+                                                   ~static_cast<std::uintptr_t>(63));
   unsigned char* data = aligned + offset;
   if (length > 0) std::memcpy(data, message, length);
   const unsigned char* bytes = length == 0 ? nullptr : data;
@@ -33,7 +33,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* input, std::size_t siz
   const std::uint32_t expected32 = crc::Crc32Bytewise(start, bytes, length);
   FUZZ_CHECK(crc::Crc32Slicing(start, bytes, length) == expected32);
   FUZZ_CHECK(crc::Crc32Update(start, bytes, length) == expected32);
-  FUZZ_CHECK(crc::Crc32Update(crc::Crc32Update(start, bytes, split), data + split, length - split) == expected32);
+  FUZZ_CHECK(crc::Crc32Update(crc::Crc32Update(start, bytes, split), data + split, length - split) ==
+             expected32);
   if (crc::CpuHasClmul()) FUZZ_CHECK(crc::Crc32Clmul(start, bytes, length) == expected32);
 
   const auto start16 = static_cast<std::uint16_t>(start);
