@@ -4,7 +4,8 @@
 # Wine, a short smoke run of the benchmarks, and the fuzzers. Stops at the first failure.
 #
 # host-tsan runs the whole suite but four logger tests, whose lock holder dies on purpose, and the
-# image tests, whose libvips threads synchronise where ThreadSanitizer cannot see: the preset
+# image tests, whose libvips threads synchronise where ThreadSanitizer cannot see, and the exhaustive
+# checksum tests, which run on one thread: the preset
 # leaves them out and says why (CMakePresets.json), and scripts/tsan-suppressions.txt names the
 # one report it silences.
 #
