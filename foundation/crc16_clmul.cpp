@@ -14,6 +14,8 @@
 #if defined(__x86_64__) || defined(__i386__)
 #define TAVRO_CRC16_HAVE_X86 1
 #include <immintrin.h>
+
+#include "foundation/clmul_fold.h"
 #else
 #define TAVRO_CRC16_HAVE_X86 0
 #endif
@@ -32,16 +34,8 @@ constexpr long long kFold512High = 0xBFFA;  // x^(512-49): folds 4 lanes ahead, 
 constexpr long long kFold128Low = 0x90C1;   // x^(128+15): folds one lane ahead, low half
 constexpr long long kFold128High = 0xCCC1;  // x^(128-49): folds one lane ahead, high half
 
-__attribute__((target("pclmul,sse4.1"))) inline __m128i Load(const unsigned char* p) {
-  return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-}
-
-// Moves `x` forward by the distance the constants `k` encode and adds `next` to it.
-__attribute__((target("pclmul,sse4.1"))) inline __m128i Fold(__m128i x, __m128i k, __m128i next) {
-  const __m128i low = _mm_clmulepi64_si128(x, k, 0x00);
-  const __m128i high = _mm_clmulepi64_si128(x, k, 0x11);
-  return _mm_xor_si128(_mm_xor_si128(low, high), next);
-}
+using clmul::Fold;
+using clmul::Load;
 
 // Requires length >= 64. Folds a multiple of 16 bytes into one lane, stored to `lane`; `*consumed`
 // says how many bytes.

@@ -10,6 +10,8 @@
 #define TAVRO_CRC_HAVE_X86 1
 #include <cpuid.h>
 #include <immintrin.h>
+
+#include "foundation/clmul_fold.h"
 #else
 #define TAVRO_CRC_HAVE_X86 0
 #endif
@@ -34,16 +36,8 @@ constexpr long long kFold64 = 0x163CD6124;       // x^64: folds 96 bits to 64
 constexpr long long kBarrettMu = 0x1F7011641;    // floor(x^64 / P), reflected
 constexpr long long kPolynomial = 0x1DB710641;   // P, reflected
 
-__attribute__((target("pclmul,sse4.1"))) inline __m128i Load(const unsigned char* p) {
-  return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-}
-
-// Moves `x` forward by the distance the constants `k` encode and adds `next` to it.
-__attribute__((target("pclmul,sse4.1"))) inline __m128i Fold(__m128i x, __m128i k, __m128i next) {
-  const __m128i low = _mm_clmulepi64_si128(x, k, 0x00);
-  const __m128i high = _mm_clmulepi64_si128(x, k, 0x11);
-  return _mm_xor_si128(_mm_xor_si128(low, high), next);
-}
+using clmul::Fold;
+using clmul::Load;
 
 // Requires length >= 64. Consumes a multiple of 16 bytes and returns the register over them;
 // `*consumed` says how many.
