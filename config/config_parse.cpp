@@ -1,9 +1,11 @@
 // Config::ParseFile: reading the file and classifying its lines.
+#include <algorithm>
 #include <chrono>
 #include <thread>
 
 #include "Config.h"
 #include "OsAutoLock.h"
+#include "config/key_map_build.h"
 #include "config/safe_profile.h"
 #include "config/text_decoding.h"
 #include "logging/log_levels.h"
@@ -41,6 +43,67 @@ bool OpenWithRetries(const wchar_t* path, platform::ReadableFile& file) {
   return false;
 }
 
+// Where the first "//" starts, or npos. Keys are paths full of single slashes, where
+// std::wstring::find would start a compare at every one.
+std::size_t FindDoubleSlash(const std::wstring& line) {
+  // Eight places at a time without an early exit, which the compiler vectorises; the loop below
+  // then finds the exact place.
+  constexpr std::size_t kStride = 8;
+  std::size_t at = 1;
+  for (; at + kStride <= line.size(); at += kStride) {
+    bool found = false;
+    for (std::size_t k = 0; k < kStride; ++k) found |= (line[at + k] == L'/') & (line[at + k - 1] == L'/');
+    if (found) break;
+  }
+  for (; at < line.size(); ++at) {
+    if (line[at] == L'/' && line[at - 1] == L'/') return at - 1;
+  }
+  return std::wstring::npos;
+}
+
+// What one line of the file is. A malformed line is noted for the report that follows the parse.
+ConfigLine ClassifyLine(const std::wstring& line, std::size_t index, std::vector<NotedLine>& notes) {
+  const std::size_t comment = FindDoubleSlash(line);
+  const std::size_t equals = line.find(L'=');
+  if (equals == std::wstring::npos || (comment != std::wstring::npos && comment <= equals)) {
+    // Only leading blanks go; trailing ones of comment and malformed lines are kept.
+    std::size_t lead = 0;
+    while (lead < line.size() && IsBlank(line[lead])) ++lead;
+    if (lead == line.size()) return {CFG_LINE_BLANK, std::wstring(), std::wstring()};
+    if (line.compare(lead, 2, L"//") == 0) return {CFG_LINE_COMMENT, line.substr(lead), std::wstring()};
+    notes.push_back({index, LineNote::kMalformed});
+    return {CFG_LINE_MALFORMED, line.substr(lead), std::wstring()};
+  }
+  std::wstring key = TrimBlanks(line, 0, equals);
+  if (key.empty()) {
+    notes.push_back({index, LineNote::kMalformed});
+    return {CFG_LINE_MALFORMED, line, std::wstring()};
+  }
+  return {CFG_LINE_KEY_VALUE, std::move(key),
+          TrimBlanks(line, equals + 1, comment == std::wstring::npos ? line.size() : comment)};
+}
+
+// How many records the file makes at most: one more than there are line feed bytes. For UTF-16
+// this counts 0x0A bytes within other characters too, which is good enough for a reservation.
+std::size_t MostLines(const std::string& bytes, std::size_t bodyStart) {
+  return 1 + static_cast<std::size_t>(
+                 std::count(bytes.begin() + static_cast<std::ptrdiff_t>(bodyStart), bytes.end(), '\n'));
+}
+
+const wchar_t* NoteFormat(LineNote note) {
+  switch (note) {
+    case LineNote::kMalformed:
+      break;
+    case LineNote::kOverriding:
+      return L"The following line is overriding the value set for this key on a previous line: %s";
+    case LineNote::kNoValue:
+      return L"The following line did not include a value: %s";
+  }
+  return L"The following line is not formatted correctly and was ignored: %s";
+}
+
+int NoteLevel(LineNote note) { return note == LineNote::kNoValue ? kLevelInfo : kLevelWarn; }
+
 }  // namespace
 
 CFGStatus Config::ParseFile() {
@@ -49,78 +112,50 @@ CFGStatus Config::ParseFile() {
   mUnorderedList.clear();
 
   std::string bytes;
+  std::size_t bodyStart = 0;
+  ConfigEncoding encoding = ConfigEncoding::kAnsi;
   {
     platform::ReadableFile file;
     if (!OpenWithRetries(mConfigFile, file) || !file.ReadAll(bytes)) {
       Log(kLevelError, __LINE__, L"The following Config file could not be opened: %s", mConfigFile);
       return CFG_FILE_OPEN_FAILED;
     }
-    std::size_t bodyStart = 0;
-    const ConfigEncoding encoding = DetectEncoding(bytes, bodyStart);
+    encoding = DetectEncoding(bytes, bodyStart);
     if (encoding == ConfigEncoding::kUtf8) {
       Log(kLevelError, __LINE__, L"The following Config file is UTF-8 and can not be parsed:  %s",
           mConfigFile);
       file.LeaveOpen();  // deliberately not closed on this path, as the product has always done
       return CFG_FILE_UTF8;
     }
-    Log(kLevelDebug, __LINE__, L"The Config file type is: %s", EncodingName(encoding));
+  }
+  Log(kLevelDebug, __LINE__, L"The Config file type is: %s", EncodingName(encoding));
 
+  std::vector<NotedLine> notes;
+  mUnorderedList.reserve(MostLines(bytes, bodyStart));
+  {
     LineReader lines(bytes, bodyStart, encoding);
     std::wstring line;
-    while (lines.Next(line)) AddLine(line);
+    while (lines.Next(line)) mUnorderedList.push_back(ClassifyLine(line, mUnorderedList.size(), notes));
+  }
+  BuildKeyMap(mUnorderedList, mConfigMap, notes);
+
+  // The reports name each line as the file has it, blanks and all, so the few noted lines are read
+  // again rather than every line being kept twice.
+  if (mLogging && !notes.empty()) {
+    LineReader lines(bytes, bodyStart, encoding);
+    std::wstring line;
+    std::size_t index = 0;
+    for (auto note = notes.begin(); note != notes.end() && lines.Next(line); ++index) {
+      for (; note != notes.end() && note->line == index; ++note) {
+        Log(NoteLevel(note->note), __LINE__, NoteFormat(note->note), line.c_str());
+      }
+    }
   }
 
   OsAutoLock lock(&mCritSect);
   mFileTime.Record(mConfigFile);  // a stamp that cannot be taken makes the next check reparse
   mForceParse = false;
   return CFG_SUCCESS;
-}
-
-void Config::AddLine(const std::wstring& line) {
-  const std::size_t comment = line.find(L"//");
-  const std::size_t equals = line.find(L'=');
-  if (equals == std::wstring::npos || (comment != std::wstring::npos && comment <= equals)) {
-    // Only leading blanks go; trailing ones of comment and malformed lines are kept.
-    std::size_t lead = 0;
-    while (lead < line.size() && IsBlank(line[lead])) ++lead;
-    std::wstring text = line.substr(lead);
-    if (text.empty()) {
-      mUnorderedList.push_back({CFG_LINE_BLANK, std::wstring(), std::wstring()});
-    } else if (text.compare(0, 2, L"//") == 0) {
-      mUnorderedList.push_back({CFG_LINE_COMMENT, std::move(text), std::wstring()});
-    } else {
-      Log(kLevelWarn, __LINE__, L"The following line is not formatted correctly and was ignored: %s",
-          line.c_str());
-      mUnorderedList.push_back({CFG_LINE_MALFORMED, std::move(text), std::wstring()});
-    }
-    return;
-  }
-
-  std::wstring key = TrimBlanks(line, 0, equals);
-  std::wstring value = TrimBlanks(line, equals + 1, comment == std::wstring::npos ? line.size() : comment);
-  if (key.empty()) {
-    Log(kLevelWarn, __LINE__, L"The following line is not formatted correctly and was ignored: %s",
-        line.c_str());
-    mUnorderedList.push_back({CFG_LINE_MALFORMED, line, std::wstring()});
-    return;
-  }
-
-  const auto at = mConfigMap.lower_bound(key);
-  const bool repeated = at != mConfigMap.end() && at->first == key;
-  if (repeated) {
-    Log(kLevelWarn, __LINE__,
-        L"The following line is overriding the value set for this key on a previous line: %s", line.c_str());
-  }
-  if (value.empty()) {
-    // A blank line for a key also removes an earlier value of that key (kept as it always was).
-    if (repeated) mConfigMap.erase(at);
-    Log(kLevelInfo, __LINE__, L"The following line did not include a value: %s", line.c_str());
-  } else if (repeated) {
-    at->second = value;
-  } else {
-    mConfigMap.emplace_hint(at, key, value);
-  }
-  mUnorderedList.push_back({CFG_LINE_KEY_VALUE, std::move(key), std::move(value)});
 }
 
 }  // namespace Tavro_KVO_Util

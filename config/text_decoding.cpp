@@ -57,9 +57,20 @@ void LineReader::NextAnsi(std::wstring& line) {
   const auto* lf =
       static_cast<const unsigned char*>(std::memchr(mAt, '\n', static_cast<std::size_t>(mEnd - mAt)));
   const unsigned char* stop = lf != nullptr ? lf : mEnd;
-  line.reserve(static_cast<std::size_t>(stop - mAt));
-  for (const unsigned char* p = mAt; p < stop; ++p) {
-    if (*p != '\r') line.push_back(static_cast<wchar_t>(*p));
+  // Nearly every line is widened whole in one loop the compiler vectorises; only a line with a CR
+  // before its end (rare: CR LF is the usual ending) needs the unit-by-unit copy.
+  const unsigned char* body = stop;
+  if (body > mAt && body[-1] == '\r') --body;
+  const auto size = static_cast<std::size_t>(body - mAt);
+  if (std::memchr(mAt, '\r', size) == nullptr) {
+    line.resize(size);
+    wchar_t* out = line.data();
+    for (std::size_t i = 0; i < size; ++i) out[i] = static_cast<wchar_t>(mAt[i]);
+  } else {
+    line.reserve(size);
+    for (const unsigned char* p = mAt; p < body; ++p) {
+      if (*p != '\r') line.push_back(static_cast<wchar_t>(*p));
+    }
   }
   if (lf != nullptr) {
     mAt = lf + 1;
@@ -76,20 +87,48 @@ unsigned UnitAt(const unsigned char* p) {
   return kBigEndian ? (unsigned{p[0]} << 8) | p[1] : (unsigned{p[1]} << 8) | p[0];
 }
 
+// Where the first unit `wanted` (below 0x100) stands in [at, end), or nullptr. memchr finds the
+// candidate bytes fast; a candidate counts only where it is the low byte of a whole unit whose high
+// byte is zero.
+template <bool kBigEndian>
+const unsigned char* FindUnit(const unsigned char* at, const unsigned char* end, unsigned char wanted) {
+  constexpr std::ptrdiff_t kLowByte = kBigEndian ? 1 : 0;
+  const unsigned char* from = at + kLowByte;
+  while (from < end) {
+    const auto* hit =
+        static_cast<const unsigned char*>(std::memchr(from, wanted, static_cast<std::size_t>(end - from)));
+    if (hit == nullptr) return nullptr;
+    const unsigned char* unit = hit - kLowByte;
+    if ((unit - at) % 2 == 0 && end - unit >= 2 && unit[1 - kLowByte] == 0) return unit;
+    from = hit + 1;
+  }
+  return nullptr;
+}
+
 // Copies the units up to the next LF (or the last whole unit) into `line`, dropping CR, and
 // returns where reading goes on: just past the LF, or `end` when there was none.
 template <bool kBigEndian>
 const unsigned char* SplitUtf16Line(const unsigned char* at, const unsigned char* end, std::wstring& line,
                                     bool& lastLine) {
-  const unsigned char* stop = at;
-  while (end - stop >= 2 && UnitAt<kBigEndian>(stop) != L'\n') stop += 2;
-  line.reserve(static_cast<std::size_t>(stop - at) / 2);
-  for (const unsigned char* p = at; p < stop; p += 2) {
-    const unsigned unit = UnitAt<kBigEndian>(p);
-    if (unit != L'\r') line.push_back(static_cast<wchar_t>(unit));
+  const unsigned char* lf = FindUnit<kBigEndian>(at, end, '\n');
+  const unsigned char* stop = lf != nullptr ? lf : at + (end - at) / 2 * 2;
+  // Nearly every line ends in CR LF or LF and has no other CR: it is widened whole in one loop.
+  const unsigned char* body = stop;
+  if (body - at >= 2 && UnitAt<kBigEndian>(body - 2) == L'\r') body -= 2;
+  if (FindUnit<kBigEndian>(at, body, '\r') == nullptr) {
+    const auto size = static_cast<std::size_t>(body - at) / 2;
+    line.resize(size);
+    wchar_t* out = line.data();
+    for (std::size_t i = 0; i < size; ++i) out[i] = static_cast<wchar_t>(UnitAt<kBigEndian>(at + 2 * i));
+  } else {
+    line.reserve(static_cast<std::size_t>(stop - at) / 2);
+    for (const unsigned char* p = at; p < stop; p += 2) {
+      const unsigned unit = UnitAt<kBigEndian>(p);
+      if (unit != L'\r') line.push_back(static_cast<wchar_t>(unit));
+    }
   }
-  lastLine = end - stop < 2;  // no LF: a lone final byte is no code unit and is dropped
-  return lastLine ? end : stop + 2;
+  lastLine = lf == nullptr;  // no LF: a lone final byte is no code unit and is dropped
+  return lastLine ? end : lf + 2;
 }
 
 }  // namespace

@@ -161,7 +161,6 @@ class TAVRO_KVO_UTIL_API Config {
 
  private:
   CFGStatus ParseFile();
-  void AddLine(const std::wstring& line);
   CFGStatus FindKeyReturnVal(const std::wstring& key, std::wstring& value) const;
   bool CfgFileModified();
   bool UpdateUnorderedList(const std::wstring& key, const std::wstring& value);

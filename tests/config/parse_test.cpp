@@ -102,6 +102,25 @@ TEST_F(ConfigParse, RepeatedKeyLaterLineWinsWithOneWarning) {
             (std::vector<Record>{{CFG_LINE_KEY_VALUE, L"k", L"1"}, {CFG_LINE_KEY_VALUE, L"k", L"2"}}));
 }
 
+// The reports of different lines come in the order of the lines, whatever they report; a line that
+// overrides a value and gives none reports both, the override first.
+TEST_F(ConfigParse, LineReportsComeInTheOrderOfTheLines) {
+  ReportRecorderForTesting recorder;
+  WriteAnsi(L"b = 1\n  bad\n\tb=\na=\n=x\nb=2\r\na=3");
+  const auto config = Open();
+  EXPECT_EQ(ConfigTestPeer::Map(*config), (Map{{L"a", L"3"}, {L"b", L"2"}}));
+  const std::vector<std::wstring> expected = {
+      L"The following line is not formatted correctly and was ignored:   bad",
+      L"The following line is overriding the value set for this key on a previous line: \tb=",
+      L"The following line did not include a value: \tb=", L"The following line did not include a value: a=",
+      L"The following line is not formatted correctly and was ignored: =x"};
+  std::vector<std::wstring> reports;
+  for (const std::wstring& message : recorder.Messages()) {
+    if (message.rfind(L"The following line", 0) == 0) reports.push_back(message);
+  }
+  EXPECT_EQ(reports, expected);
+}
+
 TEST_F(ConfigParse, BlankLaterLineRemovesTheEarlierValue) {
   WriteAnsi(L"k=1\nk=");
   const auto config = Open();
