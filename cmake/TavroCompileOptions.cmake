@@ -30,3 +30,16 @@ function(tavro_apply_link_options target)
     target_link_options(${target} PRIVATE -pthread)
   endif()
 endfunction()
+
+# The wide CRC-32 kernels are the only code built for AVX2 or AVX-512, each in a file of its own,
+# and they run only where the processor and the operating system have said yes at load. MinGW's
+# GCC does not align the stack for 32- and 64-byte registers, so on Windows the assembler writes
+# every aligned vector move as an unaligned one, in case a register is ever spilled. `target` is
+# the target the files are compiled into.
+function(tavro_compile_wide_crc_kernels target)
+  set(windows $<$<PLATFORM_ID:Windows>:-Wa,-muse-unaligned-vector-move>)
+  set_source_files_properties(${PROJECT_SOURCE_DIR}/foundation/crc32_clmul_ymm.cpp TARGET_DIRECTORY ${target}
+    PROPERTIES COMPILE_OPTIONS "-mavx2;-mvpclmulqdq;-mpclmul;-msse4.1;${windows}")
+  set_source_files_properties(${PROJECT_SOURCE_DIR}/foundation/crc32_clmul_zmm.cpp TARGET_DIRECTORY ${target}
+    PROPERTIES COMPILE_OPTIONS "-mavx512f;-mvpclmulqdq;-mpclmul;-msse4.1;${windows}")
+endfunction()

@@ -12,6 +12,7 @@
 #include <immintrin.h>
 
 #include "foundation/clmul_fold.h"
+#include "foundation/crc32_fold_steps.h"
 #else
 #define TAVRO_CRC_HAVE_X86 0
 #endif
@@ -26,47 +27,51 @@ namespace {
 constexpr unsigned kCpuidPclmulqdq = 1u << 1;
 constexpr unsigned kCpuidSse41 = 1u << 19;
 
-// Folding constants: x^n mod P for the polynomial 0x104C11DB7, bit-reflected and shifted left by
-// one so that a 64x64 carry-less product lands where the reflected data expects it.
-constexpr long long kFold512Low = 0x154442BD4;   // x^(4*128+32): folds 4 lanes ahead, low half
-constexpr long long kFold512High = 0x1C6E41596;  // x^(4*128-32): folds 4 lanes ahead, high half
-constexpr long long kFold128Low = 0x1751997D0;   // x^(128+32): folds one lane ahead, low half
-constexpr long long kFold128High = 0x0CCAA009E;  // x^(128-32): folds one lane ahead, high half
-constexpr long long kFold64 = 0x163CD6124;       // x^64: folds 96 bits to 64
-constexpr long long kBarrettMu = 0x1F7011641;    // floor(x^64 / P), reflected
-constexpr long long kPolynomial = 0x1DB710641;   // P, reflected
-
 using clmul::Fold;
 using clmul::Load;
+using namespace clmul32;
 
-// Requires length >= 64. Consumes a multiple of 16 bytes and returns the register over them;
-// `*consumed` says how many.
+// Requires length >= 64. Folds four 16-byte lanes at a time, then hands them to FinishFold.
 __attribute__((target("pclmul,sse4.1"))) std::uint32_t Fold16s(std::uint32_t crc, const unsigned char* data,
                                                                std::size_t length, std::size_t* consumed) {
   const unsigned char* const start = data;
   // The register is simply added to the first four message bytes.
-  __m128i x0 = _mm_xor_si128(Load(data), _mm_cvtsi32_si128(static_cast<int>(crc)));
-  __m128i x1 = Load(data + 16);
-  __m128i x2 = Load(data + 32);
-  __m128i x3 = Load(data + 48);
+  __m128i x[4] = {_mm_xor_si128(Load(data), _mm_cvtsi32_si128(static_cast<int>(crc))), Load(data + 16),
+                  Load(data + 32), Load(data + 48)};
   data += 64;
   length -= 64;
 
   // Four independent lanes keep the multiplier busy while earlier products are still in flight.
   const __m128i k512 = _mm_set_epi64x(kFold512High, kFold512Low);
   while (length >= 64) {
-    x0 = Fold(x0, k512, Load(data));
-    x1 = Fold(x1, k512, Load(data + 16));
-    x2 = Fold(x2, k512, Load(data + 32));
-    x3 = Fold(x3, k512, Load(data + 48));
+    x[0] = Fold(x[0], k512, Load(data));
+    x[1] = Fold(x[1], k512, Load(data + 16));
+    x[2] = Fold(x[2], k512, Load(data + 32));
+    x[3] = Fold(x[3], k512, Load(data + 48));
     data += 64;
     length -= 64;
   }
+  *consumed = static_cast<std::size_t>(data - start);
+  return FinishFold(x, 4, data, length, consumed);
+}
 
+bool DetectClmul() {
+  unsigned eax = 0, ebx = 0, ecx = 0, edx = 0;
+  if (!__get_cpuid(1, &eax, &ebx, &ecx, &edx)) return false;
+  return (ecx & kCpuidPclmulqdq) != 0 && (ecx & kCpuidSse41) != 0;
+}
+
+}  // namespace
+
+__attribute__((target("pclmul,sse4.1"))) std::uint32_t clmul32::FinishFold(const __m128i* lanes,
+                                                                           std::size_t count,
+                                                                           const unsigned char* data,
+                                                                           std::size_t length,
+                                                                           std::size_t* consumed) {
+  const unsigned char* const start = data;
   const __m128i k128 = _mm_set_epi64x(kFold128High, kFold128Low);
-  __m128i x = Fold(x0, k128, x1);
-  x = Fold(x, k128, x2);
-  x = Fold(x, k128, x3);
+  __m128i x = lanes[0];
+  for (std::size_t i = 1; i < count; ++i) x = Fold(x, k128, lanes[i]);
   while (length >= 16) {
     x = Fold(x, k128, Load(data));
     data += 16;
@@ -87,17 +92,9 @@ __attribute__((target("pclmul,sse4.1"))) std::uint32_t Fold16s(std::uint32_t crc
   q = _mm_clmulepi64_si128(_mm_and_si128(q, mask32), barrett, 0x00);
   x = _mm_xor_si128(x, q);
 
-  *consumed = static_cast<std::size_t>(data - start);
+  *consumed += static_cast<std::size_t>(data - start);
   return static_cast<std::uint32_t>(_mm_extract_epi32(x, 1));
 }
-
-bool DetectClmul() {
-  unsigned eax = 0, ebx = 0, ecx = 0, edx = 0;
-  if (!__get_cpuid(1, &eax, &ebx, &ecx, &edx)) return false;
-  return (ecx & kCpuidPclmulqdq) != 0 && (ecx & kCpuidSse41) != 0;
-}
-
-}  // namespace
 
 bool CpuHasClmul() { return DetectClmul(); }
 

@@ -37,10 +37,14 @@ inline std::uint64_t Load64(const unsigned char* p) {
 
 // Folding needs four 16-byte lanes to start; below that the tables are as fast.
 constexpr std::size_t kClmulMinLength = 64;
+// The wide kernels from two rounds of four registers: one round leaves as much to the final steps
+// as it folds. (Their speed could not be measured on a processor of ours; this is a choice.)
+constexpr std::size_t kVpclmul256MinLength = 2 * 4 * 32;
+constexpr std::size_t kVpclmul512MinLength = 2 * 4 * 64;
 
-// Decided once at load. Until this initialiser has run the value is false, so a checksum computed
-// by a static initialiser that happens to run earlier still comes out right, through the tables.
-const bool kUseClmul = CpuHasClmul();
+// Decided once at load. Until this initialiser has run the value is kSlicing, so a checksum
+// computed by a static initialiser that happens to run earlier still comes out right.
+const Crc32Kernel kLongInputKernel = ChooseCrc32Kernel();
 
 }  // namespace
 
@@ -64,9 +68,16 @@ std::uint32_t Crc32Slicing(std::uint32_t crc, const unsigned char* data, std::si
   return Crc32Short(crc, data, length);
 }
 
+Crc32Kernel ChosenCrc32Kernel() { return kLongInputKernel; }
+
 std::uint32_t Crc32Update(std::uint32_t crc, const unsigned char* data, std::size_t length) {
-  if (kUseClmul && length >= kClmulMinLength) return Crc32Clmul(crc, data, length);
-  return Crc32Slicing(crc, data, length);
+  if (length < kClmulMinLength || kLongInputKernel == Crc32Kernel::kSlicing)
+    return Crc32Slicing(crc, data, length);
+  if (kLongInputKernel == Crc32Kernel::kVpclmul512 && length >= kVpclmul512MinLength)
+    return Crc32Vpclmul512(crc, data, length);
+  if (kLongInputKernel == Crc32Kernel::kVpclmul256 && length >= kVpclmul256MinLength)
+    return Crc32Vpclmul256(crc, data, length);
+  return Crc32Clmul(crc, data, length);
 }
 
 }  // namespace Tavro_KVO_Util::crc_internal

@@ -23,6 +23,12 @@ namespace Tavro_KVO_Util::crc_internal {
 // True when the processor has PCLMULQDQ and SSE4.1. Detected once while the library loads.
 bool CpuHasClmul();
 
+// True when the processor has VPCLMULQDQ with AVX2 (256-bit registers) or with AVX-512F (512-bit
+// registers), and the operating system saves those registers (XGETBV). Detected once while the
+// library loads.
+bool CpuHasVpclmul256();
+bool CpuHasVpclmul512();
+
 // ---- CRC-32, reflected polynomial 0xEDB88320 ----
 
 // row[k][b] is the register after byte b followed by k zero bytes, from a zero register. Row 0 is
@@ -43,6 +49,21 @@ std::uint32_t Crc32Slicing(std::uint32_t crc, const unsigned char* data, std::si
 
 // Carry-less-multiply folding. Must only be called when CpuHasClmul() is true.
 std::uint32_t Crc32Clmul(std::uint32_t crc, const unsigned char* data, std::size_t length);
+
+// VPCLMULQDQ folding over 256-bit and 512-bit registers, four registers at a time. Must only be
+// called when CpuHasVpclmul256() or CpuHasVpclmul512() is true. Below four registers of input they
+// take Crc32Clmul.
+std::uint32_t Crc32Vpclmul256(std::uint32_t crc, const unsigned char* data, std::size_t length);
+std::uint32_t Crc32Vpclmul512(std::uint32_t crc, const unsigned char* data, std::size_t length);
+
+// The kernel Crc32Update takes for long inputs: the widest this processor and its operating
+// system allow, chosen once while the library loads.
+enum class Crc32Kernel { kSlicing, kClmul128, kVpclmul256, kVpclmul512 };
+Crc32Kernel ChooseCrc32Kernel();
+Crc32Kernel ChosenCrc32Kernel();  // what was chosen at load (kSlicing before that)
+
+// "slicing-by-8", "pclmulqdq-128", "vpclmulqdq-256" or "vpclmulqdq-512".
+const char* Crc32KernelName(Crc32Kernel kernel);
 
 // The fastest path for this processor and length.
 std::uint32_t Crc32Update(std::uint32_t crc, const unsigned char* data, std::size_t length);

@@ -1,6 +1,6 @@
 // libFuzzer target: the checksum kernels compared with each other on any bytes, at the offset and
 // with the start register the input chooses. Every CRC-32 kernel (byte table, slicing, folding
-// where the processor has it, the dispatched path) must give the same register, and so must every
+// at each width the processor has, the dispatched path) must give the same register, and so must every
 // CRC-16 kernel; a split of the input into two updates must give the same as one.
 #include <cstddef>
 #include <cstdint>
@@ -36,6 +36,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* input, std::size_t siz
   FUZZ_CHECK(crc::Crc32Update(crc::Crc32Update(start, bytes, split), data + split, length - split) ==
              expected32);
   if (crc::CpuHasClmul()) FUZZ_CHECK(crc::Crc32Clmul(start, bytes, length) == expected32);
+  if (crc::CpuHasVpclmul256()) FUZZ_CHECK(crc::Crc32Vpclmul256(start, bytes, length) == expected32);
+  if (crc::CpuHasVpclmul512()) FUZZ_CHECK(crc::Crc32Vpclmul512(start, bytes, length) == expected32);
 
   const auto start16 = static_cast<std::uint16_t>(start);
   const std::uint16_t expected16 = crc::Crc16Bytewise(start16, bytes, length);

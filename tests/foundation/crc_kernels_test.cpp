@@ -6,61 +6,20 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <random>
 #include <vector>
 
+#include "foundation/crc_kernel_reference.h"
 #include "foundation/crc_test_data.h"
 
 namespace Tavro_KVO_Util::crc_internal {
 namespace {
 
+using testing::BitwiseStep16;
+using testing::BitwiseStep32;
+using testing::ExpectMatchesBitwise;
 using testing::RandomBytes;
-
-std::uint32_t BitwiseStep32(std::uint32_t reg, unsigned char byte) {
-  reg ^= byte;
-  for (int bit = 0; bit < 8; ++bit) reg = (reg >> 1) ^ ((reg & 1) ? 0xEDB88320u : 0u);
-  return reg;
-}
-
-std::uint16_t BitwiseStep16(std::uint16_t reg, unsigned char byte) {
-  unsigned r = reg ^ byte;
-  for (int bit = 0; bit < 8; ++bit) r = (r >> 1) ^ ((r & 1) ? 0xA001u : 0u);
-  return static_cast<std::uint16_t>(r);
-}
-
-// Runs `kernel` over every length 0..maxLength at offsets 0..63, each offset with its own random
-// start register, against the bitwise reference built up byte by byte over the prefixes. Then a
-// few large inputs, each with a fresh random register. Stops at the first mismatch.
-template <typename Reg, typename Kernel, typename Step>
-void ExpectMatchesBitwise(Kernel kernel, Step step, std::size_t maxLength, std::uint32_t seed) {
-  std::mt19937 rng(seed);
-  std::uniform_int_distribution<std::uint32_t> anyRegister;
-  for (std::size_t offset = 0; offset < 64; ++offset) {
-    const auto buffer = RandomBytes(rng, offset + maxLength);
-    const unsigned char* data = buffer.data() + offset;
-    const Reg start = static_cast<Reg>(anyRegister(rng));
-    Reg reference = start;
-    for (std::size_t length = 0; length <= maxLength; ++length) {
-      if (length > 0) reference = step(reference, data[length - 1]);
-      const Reg got = kernel(start, length == 0 ? nullptr : data, length);
-      if (got != reference) {
-        ADD_FAILURE() << "offset " << offset << " length " << length << " start " << std::hex << +start
-                      << ": expected " << +reference << ", got " << +got;
-        return;
-      }
-    }
-  }
-  if (maxLength < 64) return;
-  for (std::size_t length : {4096u + 3u, 65536u, 65536u + 15u, 1048576u + 9u}) {
-    const std::size_t offset = length % 16;
-    const auto buffer = RandomBytes(rng, offset + length);
-    const unsigned char* data = buffer.data() + offset;
-    const Reg start = static_cast<Reg>(anyRegister(rng));
-    Reg reference = start;
-    for (std::size_t i = 0; i < length; ++i) reference = step(reference, data[i]);
-    EXPECT_EQ(kernel(start, data, length), reference) << "length " << length;
-  }
-}
 
 // Every length up to 4096 crosses every block boundary of the folding kernels (16-byte lanes,
 // 64-byte blocks of four lanes, and where the dispatch changes kernels) many times over.
@@ -88,6 +47,41 @@ TEST(Crc32Kernels, SlicingMatchesTheBitwiseDefinition) {
 TEST(Crc32Kernels, ClmulMatchesTheBitwiseDefinition) {
   if (!CpuHasClmul()) GTEST_SKIP() << "this processor lacks PCLMULQDQ or SSE4.1";
   ExpectMatchesBitwise<std::uint32_t>(Crc32Clmul, BitwiseStep32, kMaxLength, 4);
+}
+
+TEST(Crc32Kernels, Vpclmul256MatchesTheBitwiseDefinition) {
+  if (!CpuHasVpclmul256()) GTEST_SKIP() << "this processor or its system lacks VPCLMULQDQ with AVX2";
+  ExpectMatchesBitwise<std::uint32_t>(Crc32Vpclmul256, BitwiseStep32, kMaxLength, 10);
+}
+
+TEST(Crc32Kernels, Vpclmul512MatchesTheBitwiseDefinition) {
+  if (!CpuHasVpclmul512()) GTEST_SKIP() << "this processor or its system lacks VPCLMULQDQ with AVX-512F";
+  ExpectMatchesBitwise<std::uint32_t>(Crc32Vpclmul512, BitwiseStep32, kMaxLength, 11);
+}
+
+// Support staff read which kernel a machine runs off the test output.
+TEST(Crc32Kernels, ChosenKernelIsTheWidestAllowedAndIsRightOnOneMebibyte) {
+  const Crc32Kernel chosen = ChosenCrc32Kernel();
+  std::printf("CRC-32 kernel for long inputs: %s\n", Crc32KernelName(chosen));
+  ::testing::Test::RecordProperty("crc32_kernel", Crc32KernelName(chosen));
+  const Crc32Kernel expected = CpuHasVpclmul512()   ? Crc32Kernel::kVpclmul512
+                               : CpuHasVpclmul256() ? Crc32Kernel::kVpclmul256
+                               : CpuHasClmul()      ? Crc32Kernel::kClmul128
+                                                    : Crc32Kernel::kSlicing;
+  EXPECT_EQ(chosen, expected);
+
+  std::mt19937 rng(12);
+  const auto data = RandomBytes(rng, std::size_t{1} << 20);
+  std::uint32_t reference = 0xFFFFFFFFu;
+  for (const unsigned char byte : data) reference = BitwiseStep32(reference, byte);
+  EXPECT_EQ(Crc32Update(0xFFFFFFFFu, data.data(), data.size()), reference);
+}
+
+TEST(Crc32Kernels, KernelNamesAreTheOnesReported) {
+  EXPECT_STREQ(Crc32KernelName(Crc32Kernel::kSlicing), "slicing-by-8");
+  EXPECT_STREQ(Crc32KernelName(Crc32Kernel::kClmul128), "pclmulqdq-128");
+  EXPECT_STREQ(Crc32KernelName(Crc32Kernel::kVpclmul256), "vpclmulqdq-256");
+  EXPECT_STREQ(Crc32KernelName(Crc32Kernel::kVpclmul512), "vpclmulqdq-512");
 }
 
 TEST(Crc32Kernels, DispatchedUpdateMatchesTheBitwiseDefinition) {
