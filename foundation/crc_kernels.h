@@ -108,9 +108,12 @@ std::uint16_t Crc16Clmul(std::uint16_t crc, const unsigned char* data, std::size
 // Inputs shorter than this take Crc16Short.
 constexpr std::size_t kCrc16ShortLimit = 16;
 
-// For length < kCrc16ShortLimit: the byte loop, inline for the same reason as Crc32Short.
+// For length < kCrc16ShortLimit: the byte loop, inline for the same reason as Crc32Short, and like
+// it with a single byte first and expected, so that one byte per call takes no branch.
 inline std::uint16_t Crc16Short(std::uint16_t crc, const unsigned char* data, std::size_t length) {
   const auto& t = kCrc16Slices.row[0];
+  if (__builtin_expect(length == 1, 1))
+    return static_cast<std::uint16_t>(t[(crc ^ data[0]) & 0xFF] ^ (crc >> 8));
   for (std::size_t i = 0; i < length; ++i) crc = t[(crc ^ data[i]) & 0xFF] ^ (crc >> 8);
   return crc;
 }
