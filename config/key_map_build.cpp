@@ -129,6 +129,9 @@ void BuildKeyMap(const std::vector<ConfigLine>& lines, std::map<std::wstring, st
       }
     }
     if (holder != nullptr) {
+      // Keys read from a file (units up to 0xFFFF) come in std::less order, so the hint makes each
+      // insertion one compare. A hint is only a hint: were the order ever different, the map would
+      // still be right, as equal keys sit together in any consistent order.
       const ConfigLine& line = lines[holder->line];
       map.emplace_hint(map.end(), line.key, line.value);
     }
