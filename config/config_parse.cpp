@@ -51,9 +51,11 @@ std::size_t FindDoubleSlash(const std::wstring& line) {
   constexpr std::size_t kStride = 8;
   std::size_t at = 1;
   for (; at + kStride <= line.size(); at += kStride) {
-    bool found = false;
-    for (std::size_t k = 0; k < kStride; ++k) found |= (line[at + k] == L'/') & (line[at + k - 1] == L'/');
-    if (found) break;
+    unsigned found = 0;
+    for (std::size_t k = 0; k < kStride; ++k) {
+      found |= unsigned{line[at + k] == L'/'} & unsigned{line[at + k - 1] == L'/'};
+    }
+    if (found != 0) break;
   }
   for (; at < line.size(); ++at) {
     if (line[at] == L'/' && line[at - 1] == L'/') return at - 1;
