@@ -20,12 +20,13 @@
 
 namespace Tavro_KVO_Util::crc_internal {
 
-// True when the processor has PCLMULQDQ and SSE4.1. Detected once while the library loads.
+// True when the processor has PCLMULQDQ and SSE4.1. Each call asks the processor (CPUID, which
+// traps to the hypervisor in a virtual machine), so the library asks once, while it loads.
 bool CpuHasClmul();
 
 // True when the processor has VPCLMULQDQ with AVX2 (256-bit registers) or with AVX-512F (512-bit
-// registers), and the operating system saves those registers (XGETBV). Detected once while the
-// library loads.
+// registers), and the operating system saves those registers (XGETBV). Like CpuHasClmul, each
+// call asks the processor.
 bool CpuHasVpclmul256();
 bool CpuHasVpclmul512();
 
