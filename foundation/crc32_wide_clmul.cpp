@@ -51,23 +51,28 @@ WideFeatures DetectWide() {
 constexpr std::size_t kYmmMinLength = 4 * 32;
 constexpr std::size_t kZmmMinLength = 4 * 64;
 
+// Folds what the wide kernel can and finishes with the tables; below its minimum, the 128-bit
+// kernel does it all.
+using WideFold = std::uint32_t (*)(std::uint32_t, const unsigned char*, std::size_t, std::size_t*);
+std::uint32_t FoldWideThenTables(WideFold fold, std::size_t minimum, std::uint32_t crc,
+                                 const unsigned char* data, std::size_t length) {
+  if (length < minimum) return Crc32Clmul(crc, data, length);
+  std::size_t consumed = 0;
+  crc = fold(crc, data, length, &consumed);
+  return Crc32Slicing(crc, data + consumed, length - consumed);
+}
+
 }  // namespace
 
 bool CpuHasVpclmul256() { return DetectWide().vpclmul256; }
 bool CpuHasVpclmul512() { return DetectWide().vpclmul512; }
 
 std::uint32_t Crc32Vpclmul256(std::uint32_t crc, const unsigned char* data, std::size_t length) {
-  if (length < kYmmMinLength) return Crc32Clmul(crc, data, length);
-  std::size_t consumed = 0;
-  crc = clmul32::FoldYmm(crc, data, length, &consumed);
-  return Crc32Slicing(crc, data + consumed, length - consumed);
+  return FoldWideThenTables(clmul32::FoldYmm, kYmmMinLength, crc, data, length);
 }
 
 std::uint32_t Crc32Vpclmul512(std::uint32_t crc, const unsigned char* data, std::size_t length) {
-  if (length < kZmmMinLength) return Crc32Clmul(crc, data, length);
-  std::size_t consumed = 0;
-  crc = clmul32::FoldZmm(crc, data, length, &consumed);
-  return Crc32Slicing(crc, data + consumed, length - consumed);
+  return FoldWideThenTables(clmul32::FoldZmm, kZmmMinLength, crc, data, length);
 }
 
 #else  // not x86: no wide kernels.
