@@ -1,15 +1,3 @@
-# tavro_add_test(NAME <name> SOURCES <files...> [INTERNAL] [LIBS <targets...>] [SHARED_LOG]
-#                [RESOURCE_LOCK <name>])
-#
-# Builds one GoogleTest program and registers each of its tests with ctest. By default the program
-# links the shared library, so the tests go through the real exports (under Wine, the real DLL).
-# INTERNAL links the library's objects directly instead, for white-box tests of internals that
-# the library does not export.
-# SHARED_LOG marks programs whose tests write through the machine-wide log lock and assert what
-# lands in the log; ctest runs them one at a time, because one of them holds that lock for longer
-# than a writer waits, which would make a writer in another test drop its entry.
-# RESOURCE_LOCK names another machine-wide thing the program's tests change (such as the sound
-# scheme in the Wine prefix's registry), so that ctest never runs two such programs at once.
 # Test code is compiled without optimisation in every build: it is assertions and calls into the
 # library, which keeps its build's optimisation. Optimising GoogleTest's expanded macros took
 # about a third of each test file's compile in the optimised builds.
@@ -26,6 +14,18 @@ target_link_libraries(tavro_test_pch PRIVATE GTest::gmock)
 tavro_apply_test_compile_options(tavro_test_pch)
 target_precompile_headers(tavro_test_pch PRIVATE <gtest/gtest.h> <gmock/gmock.h>)
 
+# tavro_add_test(NAME <name> SOURCES <files...> [INTERNAL] [LIBS <targets...>] [SHARED_LOG]
+#                [RESOURCE_LOCK <name>])
+#
+# Builds one GoogleTest program and registers each of its tests with ctest. By default the program
+# links the shared library, so the tests go through the real exports (under Wine, the real DLL).
+# INTERNAL links the library's objects directly instead, for white-box tests of internals that
+# the library does not export.
+# SHARED_LOG marks programs whose tests write through the machine-wide log lock and assert what
+# lands in the log; ctest runs them one at a time, because one of them holds that lock for longer
+# than a writer waits, which would make a writer in another test drop its entry.
+# RESOURCE_LOCK names another machine-wide thing the program's tests change (such as the sound
+# scheme in the Wine prefix's registry), so that ctest never runs two such programs at once.
 function(tavro_add_test)
   cmake_parse_arguments(T "INTERNAL;SHARED_LOG" "NAME;RESOURCE_LOCK" "SOURCES;LIBS" ${ARGN})
   add_executable(${T_NAME} ${T_SOURCES})
